@@ -1,0 +1,35 @@
+# Front door of the project: `make test` and `make demo` work on a fresh machine.
+BUILD      ?= build
+JOBS       ?= $(shell nproc 2>/dev/null || echo 2)
+CMAKE_ARGS ?=
+
+.PHONY: all setup configure build test demo sanitize bench clean
+
+all: build
+
+setup:
+	@scripts/setup.sh
+
+configure: setup
+	@cmake -S . -B $(BUILD) $(CMAKE_ARGS) >/dev/null
+
+build: configure
+	@cmake --build $(BUILD) -j $(JOBS)
+
+test: build
+	@cd $(BUILD) && ctest --output-on-failure -j $(JOBS)
+
+demo: build
+	@$(BUILD)/examples/qorcalc_demo
+
+sanitize:
+	@$(MAKE) --no-print-directory test BUILD=build-asan CMAKE_ARGS="-DQORCALC_SANITIZE=ON -DCMAKE_BUILD_TYPE=Debug"
+
+bench:
+	@scripts/setup.sh bench
+	@cmake -S . -B build-bench -DQORCALC_BENCH=ON -DQORCALC_TESTS=OFF -DCMAKE_BUILD_TYPE=Release >/dev/null
+	@cmake --build build-bench -j $(JOBS)
+	@for b in build-bench/bench/qorcalc_bench*; do [ -x "$$b" ] && "$$b"; done
+
+clean:
+	rm -rf build build-asan build-bench

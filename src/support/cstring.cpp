@@ -1,0 +1,290 @@
+// CString operations.  Positions and counts are clamped to the text so that
+// no call can step outside it, whatever the caller passes.
+#include <qorcalc/string.h>
+
+#include "support/text.h"
+
+#include <algorithm>
+#include <cwctype>
+
+namespace {
+
+using qorcalc::support::Len;
+
+size_t Clamp(int pos, size_t size) {
+    if (pos <= 0) return 0;
+    return std::min(static_cast<size_t>(pos), size);
+}
+
+bool InSet(char16_t ch, const char16_t* chars) {
+    for (const char16_t* p = chars; p && *p; ++p)
+        if (*p == ch) return true;
+    return false;
+}
+
+}  // namespace
+
+CString::CString(const char16_t* text) {
+    if (text) m_str.assign(text);
+}
+
+CString::CString(const char16_t* text, int length) {
+    if (text && length > 0) m_str.assign(text, static_cast<size_t>(length));
+}
+
+CString::CString(char16_t ch, int repeat) {
+    if (repeat > 0) m_str.assign(static_cast<size_t>(repeat), ch);
+}
+
+CString& CString::operator=(const char16_t* text) {
+    if (text)
+        m_str.assign(text);
+    else
+        m_str.clear();
+    return *this;
+}
+
+CString& CString::operator=(char16_t ch) {
+    m_str.assign(1, ch);
+    return *this;
+}
+
+CString CString::FromUtf8(std::string_view utf8) {
+    return CString(qorcalc::support::Utf8ToUtf16(utf8));
+}
+
+std::string CString::ToUtf8() const { return qorcalc::support::Utf16ToUtf8(m_str); }
+
+char16_t CString::GetAt(int index) const {
+    if (index < 0 || static_cast<size_t>(index) >= m_str.size()) return 0;
+    return m_str[static_cast<size_t>(index)];
+}
+
+void CString::SetAt(int index, char16_t ch) {
+    if (index < 0 || static_cast<size_t>(index) >= m_str.size()) return;
+    m_str[static_cast<size_t>(index)] = ch;
+}
+
+CString& CString::operator+=(const char16_t* text) {
+    if (text) m_str += text;
+    return *this;
+}
+
+void CString::Append(const char16_t* text, int length) {
+    if (text && length > 0) m_str.append(text, static_cast<size_t>(length));
+}
+
+int CString::Compare(const char16_t* text) const {
+    return qorcalc::support::wcscmp16(m_str.c_str(), text ? text : u"");
+}
+
+int CString::CompareNoCase(const char16_t* text) const {
+    return qorcalc::support::wcsicmp16(m_str.c_str(), text ? text : u"");
+}
+
+int CString::Collate(const char16_t* text) const {
+    return qorcalc::support::wcscoll16(m_str.c_str(), text ? text : u"");
+}
+
+int CString::CollateNoCase(const char16_t* text) const {
+    return qorcalc::support::wcsicoll16(m_str.c_str(), text ? text : u"");
+}
+
+int CString::Find(char16_t ch, int start) const {
+    size_t pos = m_str.find(ch, Clamp(start, m_str.size()));
+    return pos == std::u16string::npos ? -1 : static_cast<int>(pos);
+}
+
+int CString::Find(const char16_t* text, int start) const {
+    if (!text || !*text || start > GetLength()) return -1;
+    size_t pos = m_str.find(text, Clamp(start, m_str.size()));
+    return pos == std::u16string::npos ? -1 : static_cast<int>(pos);
+}
+
+int CString::ReverseFind(char16_t ch) const {
+    size_t pos = m_str.rfind(ch);
+    return pos == std::u16string::npos ? -1 : static_cast<int>(pos);
+}
+
+int CString::FindOneOf(const char16_t* chars) const {
+    if (!chars || !*chars) return -1;
+    size_t pos = m_str.find_first_of(chars);
+    return pos == std::u16string::npos ? -1 : static_cast<int>(pos);
+}
+
+CString CString::Mid(int first) const {
+    return CString(m_str.substr(Clamp(first, m_str.size())));
+}
+
+CString CString::Mid(int first, int count) const {
+    size_t from = Clamp(first, m_str.size());
+    if (count <= 0) return CString();
+    return CString(m_str.substr(from, static_cast<size_t>(count)));
+}
+
+CString CString::Left(int count) const {
+    return CString(m_str.substr(0, Clamp(count, m_str.size())));
+}
+
+CString CString::Right(int count) const {
+    size_t n = Clamp(count, m_str.size());
+    return CString(m_str.substr(m_str.size() - n));
+}
+
+int CString::Insert(int index, char16_t ch) {
+    m_str.insert(Clamp(index, m_str.size()), 1, ch);
+    return GetLength();
+}
+
+int CString::Insert(int index, const char16_t* text) {
+    if (text) m_str.insert(Clamp(index, m_str.size()), text);
+    return GetLength();
+}
+
+int CString::Delete(int index, int count) {
+    if (index < 0 || count <= 0) return GetLength();
+    size_t from = Clamp(index, m_str.size());
+    m_str.erase(from, static_cast<size_t>(count));
+    return GetLength();
+}
+
+int CString::Remove(char16_t ch) {
+    size_t before = m_str.size();
+    m_str.erase(std::remove(m_str.begin(), m_str.end(), ch), m_str.end());
+    return static_cast<int>(before - m_str.size());
+}
+
+int CString::Replace(char16_t from, char16_t to) {
+    int count = 0;
+    for (char16_t& c : m_str)
+        if (c == from) {
+            c = to;
+            ++count;
+        }
+    return count;
+}
+
+// One pass that builds the result, so replacing in a long text stays linear.
+int CString::Replace(const char16_t* from, const char16_t* to) {
+    if (!from || !*from) return 0;
+    const size_t fromLen = Len(from);
+    const std::u16string_view repl = to ? std::u16string_view(to) : std::u16string_view();
+    size_t pos = m_str.find(from);
+    if (pos == std::u16string::npos) return 0;
+    std::u16string out;
+    out.reserve(m_str.size());
+    size_t last = 0;
+    int count = 0;
+    for (; pos != std::u16string::npos; pos = m_str.find(from, last)) {
+        out.append(m_str, last, pos - last);
+        out.append(repl);
+        last = pos + fromLen;
+        ++count;
+    }
+    out.append(m_str, last, std::u16string::npos);
+    m_str.swap(out);
+    return count;
+}
+
+namespace {
+
+template <class Pred>
+void TrimLeftIf(std::u16string& s, Pred drop) {
+    size_t i = 0;
+    while (i < s.size() && drop(s[i])) ++i;
+    s.erase(0, i);
+}
+
+template <class Pred>
+void TrimRightIf(std::u16string& s, Pred drop) {
+    size_t n = s.size();
+    while (n > 0 && drop(s[n - 1])) --n;
+    s.resize(n);
+}
+
+bool IsSpace(char16_t ch) { return std::iswspace(static_cast<wint_t>(ch)) != 0; }
+
+}  // namespace
+
+CString& CString::Trim() { return TrimRight().TrimLeft(); }
+CString& CString::Trim(char16_t ch) { return TrimRight(ch).TrimLeft(ch); }
+CString& CString::Trim(const char16_t* chars) { return TrimRight(chars).TrimLeft(chars); }
+
+CString& CString::TrimLeft() {
+    TrimLeftIf(m_str, IsSpace);
+    return *this;
+}
+
+CString& CString::TrimLeft(char16_t ch) {
+    TrimLeftIf(m_str, [ch](char16_t c) { return c == ch; });
+    return *this;
+}
+
+CString& CString::TrimLeft(const char16_t* chars) {
+    TrimLeftIf(m_str, [chars](char16_t c) { return InSet(c, chars); });
+    return *this;
+}
+
+CString& CString::TrimRight() {
+    TrimRightIf(m_str, IsSpace);
+    return *this;
+}
+
+CString& CString::TrimRight(char16_t ch) {
+    TrimRightIf(m_str, [ch](char16_t c) { return c == ch; });
+    return *this;
+}
+
+CString& CString::TrimRight(const char16_t* chars) {
+    TrimRightIf(m_str, [chars](char16_t c) { return InSet(c, chars); });
+    return *this;
+}
+
+CString& CString::MakeUpper() {
+    for (char16_t& c : m_str) c = qorcalc::support::towupper16(c);
+    return *this;
+}
+
+CString& CString::MakeLower() {
+    for (char16_t& c : m_str) c = qorcalc::support::towlower16(c);
+    return *this;
+}
+
+CString& CString::MakeReverse() {
+    std::reverse(m_str.begin(), m_str.end());
+    return *this;
+}
+
+bool CString::operator==(const char16_t* text) const {
+    return m_str == (text ? std::u16string_view(text) : std::u16string_view());
+}
+
+CString operator+(const CString& a, const CString& b) {
+    CString r(a);
+    r += b;
+    return r;
+}
+
+CString operator+(const CString& a, const char16_t* b) {
+    CString r(a);
+    r += b;
+    return r;
+}
+
+CString operator+(const char16_t* a, const CString& b) {
+    CString r(a);
+    r += b;
+    return r;
+}
+
+CString operator+(const CString& a, char16_t b) {
+    CString r(a);
+    r += b;
+    return r;
+}
+
+CString operator+(char16_t a, const CString& b) {
+    CString r(a);
+    r += b;
+    return r;
+}

@@ -1,0 +1,40 @@
+// The C runtime's wide-character routines over char16_t text.
+//
+// Ordinal routines (Len, wcscmp16) never depend on the locale.  Case mapping
+// and collation follow the C library's current locale, which the host picks
+// with setlocale.  The digit test accepts ASCII "0".."9" only.  Every routine
+// takes a null pointer as the empty text.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace qorcalc::support {
+
+size_t Len(const char16_t* s);
+
+inline bool IsAsciiDigit(char16_t c) { return c >= u'0' && c <= u'9'; }
+char16_t towupper16(char16_t c);
+char16_t towlower16(char16_t c);
+bool iswalpha16(char16_t c);
+bool iswspace16(char16_t c);
+
+int wcscmp16(const char16_t* a, const char16_t* b);
+// Ordinal after folding both sides with towlower16.
+int wcsicmp16(const char16_t* a, const char16_t* b);
+// Locale collation (wcscoll); the i-form folds case first.
+int wcscoll16(const char16_t* a, const char16_t* b);
+int wcsicoll16(const char16_t* a, const char16_t* b);
+
+// Leading white space, an optional sign, then decimal digits up to the first
+// other character; saturates at the type's limits instead of overflowing.
+int wtoi(const char16_t* s);
+int64_t wtoi64(const char16_t* s);
+
+// UTF conversions; malformed input (lone surrogates, bad UTF-8) becomes U+FFFD.
+std::u16string Utf8ToUtf16(std::string_view utf8);
+std::string Utf16ToUtf8(std::u16string_view utf16);
+
+}  // namespace qorcalc::support
