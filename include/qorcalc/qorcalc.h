@@ -4,3 +4,11 @@
 #include <qorcalc/export.h>
 #include <qorcalc/string.h>
 #include <qorcalc/collections.h>
+#include <qorcalc/geometry.h>
+#include <qorcalc/datetime.h>
+#include <qorcalc/buffer.h>
+#include <qorcalc/streams.h>
+#include <qorcalc/vek.h>
+#include <qorcalc/window.h>
+#include <qorcalc/utility.h>
+#include <qorcalc/api.h>

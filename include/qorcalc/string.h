@@ -74,7 +74,7 @@ public:
     CString() = default;
     CString(const char16_t* text);
     CString(const char16_t* text, int length);
-    CString(char16_t ch, int repeat = 1);
+    explicit CString(char16_t ch, int repeat = 1);
     CString(std::u16string text) : m_str(std::move(text)) {}
     CString(std::u16string_view text) : m_str(text) {}
 

@@ -24,10 +24,6 @@ struct Spec {
     char16_t type = 0;
 };
 
-void AppendAscii(std::u16string& out, const char* p, size_t n) {
-    for (size_t i = 0; i < n; ++i) out.push_back(static_cast<unsigned char>(p[i]));
-}
-
 // Pads `body` (already holding its sign or prefix at the front, of length
 // `prefix`) to the spec's width.
 void Emit(std::u16string& out, const Spec& spec, std::u16string_view body, size_t prefix,
