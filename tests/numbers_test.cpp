@@ -53,79 +53,50 @@ TEST(Str2Double, ReadsAtMostSixtyThreeCharacters) {
 }
 
 TEST(Str2Int, DigitsDirectOtherwiseRounded) {
-    struct Case { const char16_t* text; int want; } cases[] = {
-        {nullptr, 0},      {u"", 0},          {u"123", 123},      {u"-45", -45},
-        {u"12.5", 13},     {u"-12.5", -13},   {u"12.49", 12},     {u"1,234", 1234},
-        {u" 7", 7},        {u"+5", 0},        {u"--5", 0},        {u"3-", 3},
-        {u"99999999999", INT_MAX},            {u"-99999999999", INT_MIN},
-        {u"9e99", INT_MAX},                   {u"-9e99", INT_MIN},
+    struct Case { const char16_t* text; int want; int64_t want64; } cases[] = {
+        {nullptr, 0, 0},          {u"", 0, 0},              {u"-45", -45, -45},     {u"12.5", 13, 13},
+        {u"-12.5", -13, -13},     {u"12.49", 12, 12},       {u"1,234", 1234, 1234}, {u" 7", 7, 7},
+        {u"+5", 0, 0},            {u"--5", 0, 0},           {u"3-", 3, 3},
+        {u"12345678901234.5", INT_MAX, 12345678901235},
+        {u"-9223372036854775808", INT_MIN, INT64_MIN},
+        {u"99999999999999999999", INT_MAX, INT64_MAX},
+        {u"9e99", INT_MAX, INT64_MAX},                      {u"-9e999", INT_MIN, INT64_MIN},
     };
-    for (const auto& c : cases) EXPECT_EQ(U::Str2Int(c.text), c.want) << U8(CString(c.text));
-}
-
-TEST(Str2Int64, DigitsDirectOtherwiseRounded) {
-    struct Case { const char16_t* text; int64_t want; } cases[] = {
-        {nullptr, 0},                                {u"", 0},
-        {u"9223372036854775807", INT64_MAX},         {u"-9223372036854775808", INT64_MIN},
-        {u"99999999999999999999", INT64_MAX},        {u"2.5", 3},
-        {u"-2.5", -3},                               {u"12345678901234.5", 12345678901235},
-        {u"1,000,000", 1000000},                     {u"1e300", INT64_MAX},
-        {u"-1e999", INT64_MIN},                      {u"0.4", 0},
-    };
-    for (const auto& c : cases) EXPECT_EQ(U::Str2Int64(c.text), c.want) << U8(CString(c.text));
+    for (const auto& c : cases) {
+        EXPECT_EQ(U::Str2Int(c.text), c.want) << U8(CString(c.text));
+        EXPECT_EQ(U::Str2Int64(c.text), c.want64) << U8(CString(c.text));
+    }
 }
 
 TEST(Double2Int, HalfAwayFromZeroAndSaturates) {
-    struct Case { double value; int want; } cases[] = {
-        {2.5, 3},           {-2.5, -3},           {2.4999, 2},          {0.0, 0},
-        {-0.0, 0},          {0.5, 1},             {-0.4, 0},            {0.49999999999999994, 0},
-        {2147483647.0, INT_MAX},                  {2147483647.5, INT_MAX},
-        {-2147483647.5, INT_MIN},                 {-2147483648.0, INT_MIN},
-        {3e9, INT_MAX},     {-3e9, INT_MIN},      {kInf, INT_MAX},      {-kInf, INT_MIN},
-        {kNaN, 0},
+    struct Case { double value; int want; int64_t want64; } cases[] = {
+        {2.5, 3, 3},            {-2.5, -3, -3},          {2.4999, 2, 2},           {0.0, 0, 0},
+        {-0.0, 0, 0},           {0.5, 1, 1},             {-0.4, 0, 0},             {kNaN, 0, 0},
+        // Double2Int64 rounds the 15-digit text, which reads "0.5" here.
+        {0.49999999999999994, 0, 1},
+        {2147483647.5, INT_MAX, 2147483648},             {-2147483647.5, INT_MIN, -2147483648},
+        {-2147483648.0, INT_MIN, -2147483648},           {123456789.5, 123456790, 123456790},
+        {1e18, INT_MAX, 1000000000000000000},            {9.3e18, INT_MAX, INT64_MAX},
+        {-1e300, INT_MIN, INT64_MIN},                    {kInf, INT_MAX, INT64_MAX},
+        {-kInf, INT_MIN, INT64_MIN},
     };
-    for (const auto& c : cases) EXPECT_EQ(U::Double2Int(c.value), c.want) << c.value;
-}
-
-TEST(Double2Int64, RoundsTheWrittenText) {
-    struct Case { double value; int64_t want; } cases[] = {
-        {2.5, 3},                   {-2.5, -3},                 {-0.4, 0},
-        // Written "0.5" at 15 significant digits, so it rounds up, unlike Double2Int.
-        {0.49999999999999994, 1},   {123456789.5, 123456790},   {1e18, 1000000000000000000},
-        {9.3e18, INT64_MAX},        {-1e300, INT64_MIN},        {kInf, INT64_MAX},
-        {-kInf, INT64_MIN},         {kNaN, 0},
-    };
-    for (const auto& c : cases) EXPECT_EQ(U::Double2Int64(c.value), c.want) << c.value;
+    for (const auto& c : cases) {
+        EXPECT_EQ(U::Double2Int(c.value), c.want) << c.value;
+        EXPECT_EQ(U::Double2Int64(c.value), c.want64) << c.value;
+    }
 }
 
 TEST(Double2Str, SignificantDigitsDecimalsAndSign) {
     struct Case { double value; int decimals; const char* want; } cases[] = {
-        {0.5, 2, "0.50"},
-        {1.0 / 3, -1, "0.33333333"},
-        {123456789012.3456, -1, "123456789012.346"},
-        {1e15, 2, "1000000000000000.00"},
-        {999999999999999.0, 2, "999999999999999.00"},
-        {999999999999999.0, -1, "999999999999999"},
-        {99999999999999.99, -1, "100000000000000"},
-        {-0.001, 2, "-0.00"},
-        {-1e-10, -1, "-0"},
-        {0.0, 2, "0.00"},
-        {-0.0, 2, "0.00"},
-        {0.0, -1, "0"},
-        {2.5, 0, "3"},
-        {-2.5, 0, "-3"},
+        {0.5, 2, "0.50"},                 {1.0 / 3, -1, "0.33333333"},    {0.125, 20, "0.12500000"},
+        {123456789012.3456, -1, "123456789012.346"},                      {1e15, 2, "1000000000000000.00"},
+        {999999999999999.0, 2, "999999999999999.00"},                     {99999999999999.99, -1, "100000000000000"},
+        {-0.001, 2, "-0.00"},             {-1e-10, -1, "-0"},             {-0.0, 2, "0.00"},
+        {0.0, -1, "0"},                   {-2.5, 0, "-3"},                {100.0, -1, "100"},
         // Rounded as written, not as stored: each is a hair below its half.
-        {9.995, 2, "10.00"},
-        {2.675, 2, "2.68"},
-        {1.005, 2, "1.01"},
-        {0.125, 20, "0.12500000"},
-        {1234.5, 2, "1234.50"},
-        {100.0, -1, "100"},
-        {1e20, 0, "100000000000000000000"},
-        {-1e20, -1, "-100000000000000000000"},
-        {kNaN, 2, ""},
-        {kInf, -1, ""},
-        {-kInf, 2, ""},
+        {9.995, 2, "10.00"},              {2.675, 2, "2.68"},             {1.005, 2, "1.01"},
+        {-1e20, -1, "-100000000000000000000"},                            {1e20, 0, "100000000000000000000"},
+        {kNaN, 2, ""},                    {kInf, -1, ""},                 {-kInf, 2, ""},
     };
     for (const auto& c : cases) {
         CString out(u"stale");
@@ -147,15 +118,13 @@ TEST(Double2Str, ReadsBackExactlyWithinFifteenDigits) {
 }
 
 TEST(IntegerText, SignedAndUnsigned) {
-    CString out;
-    U::Int64Str(out, INT64_MIN);
-    EXPECT_EQ(U8(out), "-9223372036854775808");
-    U::Int64Str(out, 0);
-    EXPECT_EQ(U8(out), "0");
-    U::UInt64Str(out, -1);
-    EXPECT_EQ(U8(out), "18446744073709551615");
-    U::UInt64Str(out, INT64_MIN);
-    EXPECT_EQ(U8(out), "9223372036854775808");
+    CString out, unsignedOut;
+    for (int64_t v : {INT64_MIN, int64_t{-1}, int64_t{0}, INT64_MAX}) {
+        U::Int64Str(out, v);
+        U::UInt64Str(unsignedOut, v);
+        EXPECT_EQ(U8(out), std::to_string(v));
+        EXPECT_EQ(U8(unsignedOut), std::to_string(static_cast<uint64_t>(v)));
+    }
 }
 
 TEST(RoundStr, DecimalRoundingOnText) {
@@ -220,18 +189,16 @@ TEST(ResetDoubleString, NormalisesAndChecksIntegerLength) {
     }
 }
 
-TEST(GetDecLen, CountsBehindFirstPoint) {
-    struct Case { const char16_t* text; int want; } cases[] = {
-        {u"", 0}, {u"12", 0}, {u"1.25", 2}, {u"1.", 0}, {u".5.5", 3},
+TEST(GetDecLen, CountsBehindFirstPointAndDigitTest) {
+    struct Case { const char16_t* text; int decLen; int allDigits; } cases[] = {
+        {u"", 0, 1},   {u"0123", 0, 1},   {u"1.25", 2, 0},   {u"1.", 0, 0},
+        {u".5.5", 3, 0}, {u"-1", 0, 0},   {u"１２", 0, 0},
     };
-    for (const auto& c : cases) EXPECT_EQ(U::GetDecLen(c.text), c.want) << U8(CString(c.text));
-}
-
-TEST(IsString0To9, AsciiDigitsOnly) {
-    struct Case { const char16_t* text; int want; } cases[] = {
-        {nullptr, 1}, {u"", 1}, {u"0123", 1}, {u"12a", 0}, {u"-1", 0}, {u"１２", 0}, {u"1.0", 0},
-    };
-    for (const auto& c : cases) EXPECT_EQ(U::IsString0To9(c.text), c.want) << U8(CString(c.text));
+    for (const auto& c : cases) {
+        EXPECT_EQ(U::GetDecLen(c.text), c.decLen) << U8(CString(c.text));
+        EXPECT_EQ(U::IsString0To9(c.text), c.allDigits) << U8(CString(c.text));
+    }
+    EXPECT_EQ(U::IsString0To9(nullptr), 1);
 }
 
 TEST(IsPureNumber, PointSignAndGroupDistances) {
