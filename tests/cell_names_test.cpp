@@ -123,22 +123,6 @@ TEST(CellNames, CellName2RowCols) {
     }
 }
 
-TEST(CellNames, RangeNamesRoundTrip) {
-    const CRowCols ranges[] = {{0, 0, 999999, 699}, {5, 30, 2, 1}, {41, 677, 41, 677}};
-    for (const CRowCols& r : ranges)
-        for (int at1 : {0, 1})
-            for (int at2 : {0, 1}) {
-                CString name;
-                CUtilityCalc::RowCols2CellName(r, name, at1, at2);
-                CRowCols back;
-                int got1 = -1, got2 = -1;
-                ASSERT_EQ(CUtilityCalc::CellName2RowCols(back, name, got1, got2), 1) << name.ToUtf8();
-                EXPECT_TRUE(back.IsEqual(r)) << name.ToUtf8();
-                EXPECT_EQ(got1, at1);
-                EXPECT_EQ(got2, at2);
-            }
-}
-
 TEST(CellNames, HugeNames) {
     const size_t n = 100000;
     CRowCol cell;

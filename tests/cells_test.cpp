@@ -52,14 +52,7 @@ TEST(CRowCol, InsertAndDeleteMoveOrSwallowTheCell) {
     }
 }
 
-TEST(CRowCol, EmptinessAndOrder) {
-    EXPECT_TRUE(CRowCol().IsEmpty());
-    EXPECT_TRUE(CRowCol(0, -1).IsEmpty());
-    EXPECT_TRUE(CRowCol(-3, 2).IsEmpty());
-    EXPECT_FALSE(CRowCol(0, 0).IsEmpty());
-    CRowCol cell(4, 4);
-    cell.Empty();
-    EXPECT_TRUE(cell.IsEqual(CRowCol(-1, -1)));
+TEST(CRowCol, CompareToOrdersByRowThenColumn) {
     struct Case { CRowCol a, b; int want; } cases[] = {
         {{1, 9}, {2, 0}, -1}, {{2, 0}, {1, 9}, 1}, {{2, 3}, {2, 4}, -1},
         {{2, 4}, {2, 3}, 1},  {{2, 3}, {2, 3}, 0}, {{INT_MIN, 0}, {INT_MAX, 0}, -1},
