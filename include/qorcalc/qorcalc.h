@@ -11,4 +11,6 @@
 #include <qorcalc/vek.h>
 #include <qorcalc/window.h>
 #include <qorcalc/utility.h>
+#include <qorcalc/pool.h>
+#include <qorcalc/func.h>
 #include <qorcalc/api.h>
