@@ -16,16 +16,6 @@ std::vector<std::string> Texts(const CStringArray& items) {
     return out;
 }
 
-TEST(CFuncPara, StartsEmpty) {
-    const CFuncPara para;
-    EXPECT_TRUE(para.m_strFuncName.IsEmpty());
-    EXPECT_TRUE(para.m_strResult.IsEmpty());
-    EXPECT_EQ(para.m_arrParas.GetSize(), 0);
-    EXPECT_EQ(para.m_pHostData, nullptr);
-    EXPECT_EQ(para.m_hHostWnd, nullptr);
-    EXPECT_EQ(para.m_nHostMsg, 0u);
-}
-
 TEST(CFuncPara, SetResult) {
     struct IntCase { int n; const char* want; } ints[] = {
         {-5, "-5"}, {0, "0"}, {INT_MAX, "2147483647"}, {INT_MIN, "-2147483648"},
@@ -85,17 +75,7 @@ TEST(CFuncPara, ResetDoubleStringOfArguments) {
 
 int FakeImpl(CFuncPara*, int) { return 1; }
 
-TEST(CFuncItem, Construction) {
-    const CFuncItem blank;
-    EXPECT_TRUE(blank.m_strName.IsEmpty());
-    EXPECT_EQ(blank.m_nValue64, 0);
-    EXPECT_EQ(blank.m_nCategoryId, 0);
-    EXPECT_EQ(blank.m_nDescId, 0);
-    EXPECT_EQ(blank.m_nReturnKind, 0);
-    EXPECT_EQ(blank.m_pfnCall, nullptr);
-    EXPECT_EQ(blank.m_nFlags, 0u);
-    EXPECT_EQ(blank.m_arrUsageIds.GetSize(), 0);
-
+TEST(CFuncItem, UsageIdUnlessMinusOne) {
     struct Case { int usageId; std::vector<uint32_t> ids; } cases[] = {
         {-1, {}}, {1050, {1050}}, {0, {0}},
     };

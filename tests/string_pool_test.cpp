@@ -125,13 +125,6 @@ TEST(CStringPool, Find) {
     EXPECT_EQ(CStringPool().Find(u"a", 1, 0), -1);
 }
 
-TEST(CStringPool, GetAtOutsideIsNull) {
-    const CStringPool pool = PoolOf({u"a"});
-    EXPECT_EQ(pool.GetAt(-1), nullptr);
-    EXPECT_EQ(pool.GetAt(1), nullptr);
-    EXPECT_EQ(CStringPool().GetAt(0), nullptr);
-}
-
 TEST(CStringPool, InsertAndRemoveKeepTagsAligned) {
     CStringPool pool = PoolOf({u"a", u"b", u"c", u"d"});
     pool.GetTags().Add(1);
@@ -218,6 +211,8 @@ TEST(CStringPool, LoadCopyEmpty) {
     EXPECT_EQ(copy.GetTags().GetSize(), 0);
     EXPECT_EQ(copy.GetBlock().GetSize(), 0u);
     EXPECT_EQ(copy.GetAt(0), nullptr);
+    EXPECT_EQ(pool.GetAt(-1), nullptr);
+    EXPECT_EQ(pool.GetAt(3), nullptr);
 }
 
 std::vector<uint8_t> Stream(const CStringPool& pool) {
