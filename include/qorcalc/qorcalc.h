@@ -12,3 +12,4 @@
 #include <qorcalc/window.h>
 #include <qorcalc/utility.h>
 #include <qorcalc/api.h>
+#include <qorcalc/node.h>
