@@ -15,3 +15,4 @@
 #include <qorcalc/pool.h>
 #include <qorcalc/func.h>
 #include <qorcalc/api.h>
+#include <qorcalc/node.h>

@@ -1,0 +1,200 @@
+// CCalcNode: the expression-tree node, at once a piece of formula syntax and
+// a value holder.
+//
+// A compiled formula is a tree of nodes.  Evaluation never makes new value
+// objects: it rewrites the tree in place, folding children into their parent
+// until the root holds the result.  Invariants every node keeps:
+//   - a node owns its children and deletes them when it is deleted or
+//     cleared; the parent pointer is not owning and is null at the root;
+//   - the value is dual: bit 0 of the validity mask says the number is
+//     current, bit 1 that the text is; the other form is rebuilt on demand
+//     (a fresh node holds the number 0, mask 1);
+//   - a list node (root, group, argument) holds operands and operators in
+//     source order; a function node holds one argument node per argument.
+//
+// Depth: deleting, cloning, writing and walking a tree are iterative and work
+// at any depth.  Choosing the next evaluation step walks from the root each
+// round, so its total cost grows with the square of the bracket nesting; the
+// converter therefore refuses formulas nested deeper than CALC_MAX_NESTING.
+#pragma once
+
+#include <qorcalc/buffer.h>
+#include <qorcalc/collections.h>
+#include <qorcalc/export.h>
+#include <qorcalc/string.h>
+
+#include <cstdint>
+#include <vector>
+
+enum ENUM_NODE_KIND : uint8_t {
+    NodeEmpty = 0,     // blank; during evaluation: about to be removed
+    NodeRoot = 1,      // a compiled formula: a flat list
+    NodeGroup = 2,     // "(" ... ")": a flat list
+    NodeFunction = 3,  // a call; text is the name, one argument node per argument
+    NodeArgument = 4,  // one argument of a call: a flat list
+    NodeName = 5,      // a name whose value the host supplies
+    NodeNumber = 6,
+    NodeString = 7,
+    NodeOperator = 8,  // op holds the operator code
+};
+
+enum ENUM_NODE_OP : uint8_t {
+    OpNone = 0,
+    OpEqual = 1,
+    OpGreater = 2,
+    OpLess = 3,
+    OpGreaterEqual = 4,
+    OpLessEqual = 5,
+    OpNotEqual = 6,
+    OpAnd = 10,
+    OpOr = 11,
+    OpNot = 12,
+    OpMultiply = '*',
+    OpAdd = '+',
+    OpSubtract = '-',
+    OpDivide = '/',
+};
+
+// What the evaluator's step selection asks its driver to do next.
+enum ENUM_STEP {
+    STEP_NONE = 0,      // nothing left to do; no node
+    STEP_EVALUATE = 1,  // reduce the node's operator list
+    STEP_NAME = 2,      // the host must supply the name's value
+    STEP_FUNCTION = 3,  // call the function
+    STEP_UNWRAP = 4,    // a group holding one child: unwrap it
+};
+
+// The deepest bracket nesting (groups and calls) a formula may have.  The
+// converter reports a deeper formula as an error.
+constexpr int CALC_MAX_NESTING = 1024;
+
+// The abstract node as hosts see it.
+class QORCALC_API ICalcNode {
+public:
+    virtual ~ICalcNode() = default;
+    virtual ICalcNode* Clone() = 0;
+    virtual int GetCount() = 0;
+    virtual void RemoveAt(int index) = 0;
+    virtual void RemoveAll() = 0;
+    virtual ICalcNode* GetAt(int index) = 0;
+    virtual ICalcNode* GetParent() = 0;
+    virtual void Write(CWriter& writer) = 0;
+    virtual void GetFormula(CString& out) = 0;
+    virtual void WriteConverted(CWriter& writer, int nextToText) = 0;
+    virtual void Collect(CPtrArray& list, uint8_t kind) = 0;
+    virtual void GetRoundedText(CString& out, int decimals) = 0;
+    virtual void GetText(CString& out, int quote) = 0;
+    virtual int SetText(const CString& text) = 0;
+    virtual uint8_t GetKind() = 0;
+    virtual int CountFunctions() = 0;
+    virtual void GetFunctionNames(CStringArray& names) = 0;
+    virtual int GetFunctionCall(CString& name, CStringArray& args, int raw) = 0;
+    virtual void GetNames(CStringArray& names) = 0;
+};
+
+class QORCALC_API CCalcNode : public ICalcNode {
+public:
+    explicit CCalcNode(CCalcNode* parent, uint8_t kind = NodeEmpty);
+    ~CCalcNode() override;
+    CCalcNode(const CCalcNode&) = delete;
+    CCalcNode& operator=(const CCalcNode&) = delete;
+
+    // A deep copy whose parent is null.
+    CCalcNode* Clone() override;
+    int GetCount() override { return static_cast<int>(m_children.size()); }
+    // Deletes the child at `index`; an index outside the children does nothing.
+    void RemoveAt(int index) override;
+    void RemoveAll() override;
+    // Null for an index outside the children.
+    CCalcNode* GetAt(int index) override;
+    CCalcNode* GetParent() override { return m_pParent; }
+    // The formula text of the subtree.
+    void Write(CWriter& writer) override;
+    void GetFormula(CString& out) override;
+    // The alternative text form: strings in double quotes, and "+" next to
+    // a non-numeric string written as " & ".
+    void WriteConverted(CWriter& writer, int nextToText) override;
+    // Appends every node of the subtree whose kind is `kind`, in pre-order.
+    void Collect(CPtrArray& list, uint8_t kind) override;
+    // The unquoted text, rounded to `decimals` for a number (-1: as it is).
+    void GetRoundedText(CString& out, int decimals) override;
+    // A number's text is built from the number when stale ("0" when empty);
+    // with `quote` a string is wrapped in apostrophes, or in double quotes
+    // when it holds an apostrophe.
+    void GetText(CString& out, int quote) override;
+    // Sets the text with its surrounding quotes removed (mask 2, kind kept);
+    // returns 1 when quotes were removed.
+    int SetText(const CString& text) override;
+    uint8_t GetKind() override { return m_kind; }
+    int CountFunctions() override;
+    // The distinct function names of the subtree, first spelling kept.
+    void GetFunctionNames(CStringArray& names) override;
+    // For a call: its name and argument texts (quoted unless `raw`); 0 for
+    // any other node.
+    int GetFunctionCall(CString& name, CStringArray& args, int raw) override;
+    // The distinct names of the subtree that the host must resolve.
+    void GetNames(CStringArray& names) override;
+
+    // Removes the children and resets the value to the number 0.
+    virtual void Clear();
+    // Appends `child` (whose parent was given at its construction); returns
+    // its index, or -1 for a null child.
+    virtual int Add(CCalcNode* child);
+    virtual double GetNumber();
+    // roundTrip: the number becomes what its own text reads back as (mask
+    // 3).  Otherwise the text goes stale (mask 1), except that a node whose
+    // number already equals `value` is left entirely as it is.
+    virtual void SetNumber(double value, int roundTrip);
+    // GetText for display: a number's empty text stays empty unless bit 6 of
+    // `format` is set, and bit 7 applies the display format.
+    virtual void GetDisplayText(CString& out, int quote, uint8_t format);
+    // 1 when a direct child is a comparison or logical operator.
+    virtual int HasLogicOrCompare();
+    // Sets a literal from its text: an unquoted pure number becomes a number
+    // node, anything else a string node.  Returns 1 when quotes were removed.
+    virtual int SetLiteral(const CString& text);
+    virtual int IsCompareOperator();
+    virtual int IsLogicOperator();
+
+    // Copies kind, op, value and position (not children, not parent).
+    void CopyValue(const CCalcNode& source);
+    // A group with children takes its first child's value and drops them.
+    void Unwrap();
+    // Sets text and op from an operator spelling; 0 for no operator.
+    int ClassifyOperator(const CString& text);
+    // Decides what a bare token is (string, number or name); returns 1 when
+    // it is a name the host must resolve.  Drops the children.
+    int ClassifyToken(const CString& text);
+
+    void SetKind(uint8_t kind) { m_kind = kind; }
+    uint8_t GetOp() const { return m_op; }
+    void SetOp(uint8_t op) { m_op = op; }
+    int GetPosition() const { return m_position; }
+    void SetPosition(int position) { m_position = position; }
+    uint8_t GetValidMask() const { return m_valid; }
+    // The text as it stands, without conversion or quotes.
+    const CString& RawText() const { return m_text; }
+    // Sets the text exactly as given (no quote removal), mask 2.
+    void AssignText(const CString& text);
+
+    // The children array, for the evaluator's in-place list rewriting.
+    // Whoever edits it keeps the ownership invariant.
+    std::vector<CCalcNode*>& Children() { return m_children; }
+
+private:
+    struct WriteFrame;
+    void WriteTree(CWriter& writer, bool converted, bool nextToText);
+    void WriteSelf(CWriter& writer, bool converted, bool nextToText, bool& opened);
+    void CollectDistinctTexts(CStringArray& texts, uint8_t kind);
+    const CString& CurrentNumberText();
+    static void DeleteChildren(std::vector<CCalcNode*>& children);
+
+    uint8_t m_kind;
+    uint8_t m_op = OpNone;
+    int32_t m_position = 0;
+    std::vector<CCalcNode*> m_children;
+    CCalcNode* m_pParent;
+    uint8_t m_valid = 1;
+    CString m_text;
+    double m_number = 0.0;
+};

@@ -1,0 +1,297 @@
+// Reduction of operator lists: arithmetic with its two precedence levels and
+// one comparison, then the logical operators over the arithmetic segments.
+// Lists are rewritten in place with compacting passes, so reducing a list
+// costs time linear in its length.
+#include "expr/evaluate.h"
+
+#include <qorcalc/api.h>
+#include <qorcalc/utility.h>
+
+#include <algorithm>
+#include <memory>
+#include <vector>
+
+namespace qorcalc::expr {
+
+namespace {
+
+const char16_t kInfinity[] = u"∞";
+
+bool IsOperator(CCalcNode* node, uint8_t op) { return node->GetKind() == NodeOperator && node->GetOp() == op; }
+
+bool IsNumberOrText(CCalcNode* node) { return node->GetKind() == NodeNumber || node->GetKind() == NodeString; }
+
+bool TextPassesAsNumber(CCalcNode* node, int allowComma) {
+    CString text;
+    node->GetText(text, 0);
+    return CUtilityCalc::IsPureNumber(text, allowComma) != 0;
+}
+
+// Makes two operands fit for `op`.  Numbers meet numbers and texts meet texts
+// (texts only with "+" and comparisons).  In the complex mode numeric texts
+// become numbers, and otherwise "+" and the comparisons turn the numbers into
+// texts, so that they join or compare as texts.
+bool MakeCompatible(CCalcNode* left, CCalcNode* right, uint8_t op, uint8_t format) {
+    if (!IsNumberOrText(left) || !IsNumberOrText(right)) return false;
+    const bool numericOp = op == OpSubtract || op == OpMultiply || op == OpDivide;
+    if (left->GetKind() == right->GetKind()) {
+        if (left->GetKind() == NodeNumber || !numericOp) return true;
+    }
+    if (!CUtilityCalc::Calc_IsComplexEnabled()) return false;
+    CCalcNode* pair[] = {left, right};
+    const bool textsAreNumbers = std::all_of(std::begin(pair), std::end(pair), [](CCalcNode* n) {
+        return n->GetKind() != NodeString || TextPassesAsNumber(n, 1);
+    });
+    if (textsAreNumbers) {
+        for (CCalcNode* n : pair) {
+            if (n->GetKind() == NodeString) {
+                n->SetKind(NodeNumber);
+                n->AssignText(n->RawText());  // mask 2: parsed on first use
+            }
+        }
+        return true;
+    }
+    if (numericOp) return false;
+    for (CCalcNode* n : pair) {
+        if (n->GetKind() != NodeNumber) continue;
+        CString text;
+        n->GetDisplayText(text, 0, format);
+        n->SetText(text);
+        n->SetKind(NodeString);
+    }
+    return true;
+}
+
+// left = left op right, for compatible operands.
+void Combine(CCalcNode* left, CCalcNode* right, uint8_t op) {
+    if (left->GetKind() == NodeString) {
+        if (left->RawText() == kInfinity || right->RawText() == kInfinity) {
+            left->AssignText(kInfinity);
+        } else {
+            left->AssignText(left->RawText() + right->RawText());
+        }
+        return;
+    }
+    const double a = left->GetNumber();
+    const double b = right->GetNumber();
+    switch (op) {
+    case OpMultiply: left->SetNumber(a * b, 0); break;
+    case OpAdd: left->SetNumber(AddPrecise(a, b), 0); break;
+    case OpSubtract: left->SetNumber(AddPrecise(a, -b), 0); break;
+    default:
+        // Division by zero is no error: 0/0 is 0, anything else reads "∞".
+        if (b != 0) {
+            left->SetNumber(a / b, 0);
+        } else if (a == 0) {
+            left->SetNumber(0, 1);
+        } else {
+            left->SetText(kInfinity);
+        }
+        break;
+    }
+}
+
+// Applies every unary minus: a "-" first in the list or right after the
+// comparison negates the number after it.
+bool ApplyUnaryMinus(std::vector<CCalcNode*>& list) {
+    bool any = false;
+    for (size_t i = 0; i < list.size(); ++i) {
+        const bool unary = IsOperator(list[i], OpSubtract) &&
+                           ((i == 0 && list.size() > 1) || (i > 0 && list[i - 1]->IsCompareOperator()));
+        if (!unary) continue;
+        if (i + 1 >= list.size()) return false;
+        CCalcNode* operand = list[i + 1];
+        if (operand->GetKind() == NodeString && CUtilityCalc::Calc_IsComplexEnabled() &&
+            TextPassesAsNumber(operand, 0)) {
+            operand->SetKind(NodeNumber);
+            operand->SetText(operand->RawText());
+        }
+        if (operand->GetKind() != NodeNumber) return false;
+        operand->SetNumber(-operand->GetNumber(), 1);
+        list[i]->SetKind(NodeEmpty);
+        any = true;
+    }
+    if (any) {
+        auto kept = std::stable_partition(list.begin(), list.end(),
+                                          [](CCalcNode* n) { return n->GetKind() != NodeEmpty; });
+        std::for_each(kept, list.end(), [](CCalcNode* n) { delete n; });
+        list.erase(kept, list.end());
+    }
+    return true;
+}
+
+// One left-to-right pass over the operators `opA` and `opB`: each one folds
+// its right operand into its left one.  The list is compacted as it goes
+// (w never passes r); on failure it is left as the reduction has made it.
+bool ReducePass(std::vector<CCalcNode*>& list, uint8_t opA, uint8_t opB, uint8_t format) {
+    if (list.size() <= 2) return true;
+    size_t w = 1;
+    size_t r = 1;
+    bool ok = true;
+    while (r < list.size()) {
+        CCalcNode* node = list[r];
+        if (r + 1 < list.size() && (IsOperator(node, opA) || IsOperator(node, opB))) {
+            CCalcNode* left = list[w - 1];
+            CCalcNode* right = list[r + 1];
+            if (!MakeCompatible(left, right, node->GetOp(), format)) {
+                ok = false;
+                break;
+            }
+            Combine(left, right, node->GetOp());
+            delete node;
+            delete right;
+            r += 2;
+        } else {
+            list[w++] = list[r++];
+        }
+    }
+    list.erase(std::copy(list.begin() + static_cast<std::ptrdiff_t>(r), list.end(),
+                         list.begin() + static_cast<std::ptrdiff_t>(w)),
+               list.end());
+    return ok;
+}
+
+int CompareOperands(CCalcNode* node, uint8_t format) {
+    std::vector<CCalcNode*>& list = node->Children();
+    CCalcNode* left = list[0];
+    CCalcNode* right = list[2];
+    const uint8_t op = list[1]->GetOp();
+    if (!MakeCompatible(left, right, op, format)) return 0;
+    const int holds = left->GetKind() == NodeNumber ? CompareNumbers(left->GetNumber(), op, right->GetNumber())
+                                                    : CompareTexts(left->RawText(), op, right->RawText());
+    node->SetKind(NodeNumber);
+    node->SetText(holds ? u"1" : u"0");
+    node->RemoveAll();
+    return 1;
+}
+
+void FormatError(CCalcNode* node, uint32_t errorCode, CString& errorText) {
+    CString formula;
+    node->GetFormula(formula);
+    errorText.Format(qorcalc::detail::MessageText(errorCode), formula);
+}
+
+// The operands and operators between two logical operators, or one logical
+// operator (op set, no nodes).
+struct Segment {
+    uint8_t op = OpNone;
+    std::vector<CCalcNode*> nodes;
+};
+
+void DeleteNodes(std::vector<CCalcNode*>& nodes) {
+    for (CCalcNode* n : nodes) delete n;
+    nodes.clear();
+}
+
+std::vector<Segment> SplitSegments(std::vector<CCalcNode*>& children) {
+    std::vector<Segment> segments;
+    Segment operand;
+    for (CCalcNode* child : children) {
+        if (!child->IsLogicOperator()) {
+            operand.nodes.push_back(child);
+            continue;
+        }
+        if (!operand.nodes.empty()) segments.push_back(std::move(operand));
+        operand = Segment();
+        Segment logical;
+        logical.op = child->GetOp();
+        segments.push_back(std::move(logical));
+        delete child;
+    }
+    if (!operand.nodes.empty()) segments.push_back(std::move(operand));
+    children.clear();
+    return segments;
+}
+
+// Reduces the operand segment moved back into `node` to its value.
+bool ReduceSegment(CCalcNode* node, uint8_t format, uint32_t& errorCode) {
+    while (node->GetCount() > 0) {
+        if (!ReduceArithmetic(node, format, errorCode)) return false;
+    }
+    return true;
+}
+
+// The logical operators apply left to right without precedence; an or that
+// meets a true value so far ends the list as true.  A "!" inverts the next
+// operand (or, when none follows, the result).
+int EvaluateLogic(CCalcNode* node, uint8_t format, uint32_t& errorCode, CString& errorText) {
+    std::vector<Segment> segments = SplitSegments(node->Children());
+    int acc = 0;
+    bool pendingNot = false;
+    uint8_t last = OpNone;
+    int ok = 1;
+    for (Segment& segment : segments) {
+        if (segment.op == OpNone) {
+            node->Children().swap(segment.nodes);
+            if (!ReduceSegment(node, format, errorCode)) {
+                FormatError(node, errorCode, errorText);
+                ok = 0;
+                break;
+            }
+            bool truth = node->GetNumber() != 0;
+            if (pendingNot) truth = !truth;
+            pendingNot = false;
+            if (last == OpAnd) {
+                if (!truth) acc = 0;
+            } else {
+                acc = truth;
+            }
+            last = OpNone;
+        } else if (segment.op == OpNot) {
+            pendingNot = true;
+        } else {
+            last = segment.op;
+            if (last == OpOr && acc) break;
+        }
+    }
+    for (Segment& segment : segments) DeleteNodes(segment.nodes);
+    if (!ok) return 0;
+    node->RemoveAll();
+    node->SetKind(NodeNumber);
+    node->SetOp(OpNone);
+    node->SetNumber(pendingNot ? !acc : acc, 0);
+    return 1;
+}
+
+}  // namespace
+
+int ReduceArithmetic(CCalcNode* node, uint8_t format, uint32_t& errorCode) {
+    auto fail = [&errorCode] {
+        errorCode = kMsgCannotReduce;
+        return 0;
+    };
+    std::vector<CCalcNode*>& list = node->Children();
+    const size_t entryCount = list.size();
+    const auto compares = std::count_if(list.begin(), list.end(), [](CCalcNode* n) { return n->IsCompareOperator(); });
+    if (compares > 1 || !ApplyUnaryMinus(list)) return fail();
+    if (!ReducePass(list, OpMultiply, OpDivide, format) || !ReducePass(list, OpAdd, OpSubtract, format)) return fail();
+    if (compares == 0) {
+        if (list.size() != 1) return fail();
+        node->CopyValue(*list[0]);
+        node->RemoveAll();
+        return 1;
+    }
+    if (list.size() != 3 || !list[1]->IsCompareOperator()) return fail();
+    // A longer list stops here with both sides reduced; the next round
+    // makes the comparison.
+    if (entryCount >= 4) return 1;
+    return CompareOperands(node, format) ? 1 : fail();
+}
+
+int EvaluateList(CCalcNode* node, uint8_t format, uint32_t& errorCode, CString& errorText) {
+    if (!node || node->GetCount() == 0) return 1;
+    if (!CUtilityCalc::Calc_IsComplexEnabled() && FindMixedLiteral(node)) {
+        errorCode = kMsgMixedTypes;
+        FormatError(node, errorCode, errorText);
+        return 0;
+    }
+    const std::vector<CCalcNode*>& children = node->Children();
+    if (std::none_of(children.begin(), children.end(), [](CCalcNode* n) { return n->IsLogicOperator(); })) {
+        if (ReduceArithmetic(node, format, errorCode)) return 1;
+        FormatError(node, errorCode, errorText);
+        return 0;
+    }
+    return EvaluateLogic(node, format, errorCode, errorText);
+}
+
+}  // namespace qorcalc::expr

@@ -1,0 +1,141 @@
+// The node as a tree: ownership of children, deep copies and walks.  Every
+// walk keeps its own stack, so no tree is too deep to delete, copy or visit.
+#include <qorcalc/node.h>
+
+#include <qorcalc/vek.h>
+
+#include <utility>
+
+CCalcNode::CCalcNode(CCalcNode* parent, uint8_t kind) : m_kind(kind), m_pParent(parent) {}
+
+CCalcNode::~CCalcNode() { DeleteChildren(m_children); }
+
+// Deletes whole subtrees without recursion: each node's children are taken
+// over before the node itself goes, so its destructor has nothing left to do.
+// The array ends empty with its storage released.
+void CCalcNode::DeleteChildren(std::vector<CCalcNode*>& children) {
+    std::vector<CCalcNode*> pending;
+    pending.swap(children);
+    while (!pending.empty()) {
+        CCalcNode* node = pending.back();
+        pending.pop_back();
+        pending.insert(pending.end(), node->m_children.begin(), node->m_children.end());
+        node->m_children.clear();
+        delete node;
+    }
+}
+
+void CCalcNode::CopyValue(const CCalcNode& source) {
+    m_kind = source.m_kind;
+    m_op = source.m_op;
+    m_position = source.m_position;
+    m_valid = source.m_valid;
+    m_number = source.m_number;
+    m_text = source.m_text;
+}
+
+CCalcNode* CCalcNode::Clone() {
+    auto* copy = new CCalcNode(nullptr);
+    copy->CopyValue(*this);
+    // Pairs of (original, copy) whose children are still to be copied.
+    std::vector<std::pair<const CCalcNode*, CCalcNode*>> pending{{this, copy}};
+    while (!pending.empty()) {
+        auto [from, to] = pending.back();
+        pending.pop_back();
+        to->m_children.reserve(from->m_children.size());
+        for (const CCalcNode* child : from->m_children) {
+            auto* childCopy = new CCalcNode(to);
+            childCopy->CopyValue(*child);
+            to->m_children.push_back(childCopy);
+            pending.emplace_back(child, childCopy);
+        }
+    }
+    return copy;
+}
+
+void CCalcNode::RemoveAt(int index) {
+    if (index < 0 || index >= GetCount()) return;
+    CCalcNode* child = m_children[static_cast<size_t>(index)];
+    m_children.erase(m_children.begin() + index);
+    delete child;
+}
+
+void CCalcNode::RemoveAll() { DeleteChildren(m_children); }
+
+CCalcNode* CCalcNode::GetAt(int index) {
+    if (index < 0 || index >= GetCount()) return nullptr;
+    return m_children[static_cast<size_t>(index)];
+}
+
+int CCalcNode::Add(CCalcNode* child) {
+    if (!child) return -1;
+    m_children.push_back(child);
+    return GetCount() - 1;
+}
+
+void CCalcNode::Clear() {
+    RemoveAll();
+    m_text.Empty();
+    m_number = 0.0;
+    m_valid = 1;
+}
+
+void CCalcNode::Collect(CPtrArray& list, uint8_t kind) {
+    std::vector<CCalcNode*> pending{this};
+    while (!pending.empty()) {
+        CCalcNode* node = pending.back();
+        pending.pop_back();
+        if (node->m_kind == kind) list.Add(node);
+        pending.insert(pending.end(), node->m_children.rbegin(), node->m_children.rend());
+    }
+}
+
+int CCalcNode::CountFunctions() {
+    CPtrArray calls;
+    Collect(calls, NodeFunction);
+    return calls.GetSize();
+}
+
+void CCalcNode::CollectDistinctTexts(CStringArray& texts, uint8_t kind) {
+    texts.RemoveAll();
+    CPtrArray nodes;
+    Collect(nodes, kind);
+    for (void* item : nodes) {
+        const CString& text = static_cast<CCalcNode*>(item)->m_text;
+        if (CVek::ArrayCompareNoCase(texts, text, 0) < 0) texts.Add(text);
+    }
+}
+
+void CCalcNode::GetFunctionNames(CStringArray& names) { CollectDistinctTexts(names, NodeFunction); }
+
+void CCalcNode::GetNames(CStringArray& names) { CollectDistinctTexts(names, NodeName); }
+
+int CCalcNode::GetFunctionCall(CString& name, CStringArray& args, int raw) {
+    if (m_kind != NodeFunction) return 0;
+    name = m_text;
+    args.RemoveAll();
+    if (m_children.empty()) return 1;
+    const CCalcNode* first = m_children.front();
+    if (m_children.size() == 1 && first->m_kind == NodeArgument && first->m_children.empty()) return 1;
+    for (CCalcNode* child : m_children) {
+        CCalcNode* value = child;
+        if (child->m_kind == NodeArgument && !child->m_children.empty()) value = child->m_children.front();
+        CString text;
+        value->GetText(text, !raw);
+        args.Add(text);
+    }
+    return 1;
+}
+
+int CCalcNode::HasLogicOrCompare() {
+    for (CCalcNode* child : m_children) {
+        if (child->IsCompareOperator() || child->IsLogicOperator()) return 1;
+    }
+    return 0;
+}
+
+void CCalcNode::Unwrap() {
+    if (m_kind != NodeGroup || m_children.empty()) return;
+    CopyValue(*m_children.front());
+    RemoveAll();
+}

@@ -1,0 +1,146 @@
+// The node as a value: the dual number/text with its validity mask, and the
+// classification of literal tokens and operator spellings.
+#include <qorcalc/node.h>
+
+#include <qorcalc/utility.h>
+
+namespace {
+
+constexpr char16_t kApostrophe = u'\'';
+constexpr char16_t kDoubleQuote = u'"';
+
+}  // namespace
+
+const CString& CCalcNode::CurrentNumberText() {
+    if (!(m_valid & 2)) {
+        CUtilityCalc::Double2Str(m_text, m_number, -1);
+        m_valid |= 2;
+    }
+    return m_text;
+}
+
+void CCalcNode::GetText(CString& out, int quote) {
+    if (m_kind == NodeNumber) {
+        out = CurrentNumberText();
+        if (out.IsEmpty()) out = u"0";
+    } else if (m_kind == NodeString && quote) {
+        // No escaping: a text holding both quote characters is written as it is.
+        const char16_t q = m_text.Find(kApostrophe) >= 0 ? kDoubleQuote : kApostrophe;
+        out.Format(u"%c%s%c", q, m_text, q);
+    } else {
+        out = m_text;
+    }
+}
+
+void CCalcNode::GetDisplayText(CString& out, int quote, uint8_t format) {
+    if (m_kind != NodeNumber) {
+        GetText(out, quote);
+        return;
+    }
+    out = CurrentNumberText();
+    if (out.IsEmpty()) {
+        if (format & 64) out = u"0";
+    } else if (format & 128) {
+        CUtilityCalc::ConvertToDispFormat(out, format, 1, 0);
+    }
+}
+
+void CCalcNode::GetRoundedText(CString& out, int decimals) {
+    GetText(out, 0);
+    if (m_kind == NodeNumber && decimals != -1) CUtilityCalc::RoundStr(out, decimals);
+}
+
+int CCalcNode::SetText(const CString& text) {
+    m_text = text;
+    m_valid = 2;
+    return CUtilityCalc::Dettach_Quotes(m_text, nullptr) != 0;
+}
+
+void CCalcNode::AssignText(const CString& text) {
+    m_text = text;
+    m_valid = 2;
+}
+
+double CCalcNode::GetNumber() {
+    if (!(m_valid & 1)) {
+        m_number = CUtilityCalc::Str2Double(m_text);
+        m_valid |= 1;
+    }
+    return m_number;
+}
+
+void CCalcNode::SetNumber(double value, int roundTrip) {
+    if (roundTrip) {
+        CUtilityCalc::Double2Str(m_text, value, -1);
+        m_number = CUtilityCalc::Str2Double(m_text);
+        m_valid = 3;
+        return;
+    }
+    // An equal number leaves the node untouched, mask and text included.
+    // This is intended: the text may then say something other than the
+    // number (a "∞" stays "∞").
+    if (m_number == value) return;
+    m_number = value;
+    m_valid = 1;
+}
+
+int CCalcNode::SetLiteral(const CString& text) {
+    const int unquoted = SetText(text);
+    m_kind = NodeString;
+    if (!unquoted && !m_text.IsEmpty() && CUtilityCalc::IsPureNumber(m_text, 0)) {
+        if (CUtilityCalc::ResetDoubleString(m_text) > 0) m_kind = NodeNumber;
+    }
+    return unquoted;
+}
+
+int CCalcNode::ClassifyToken(const CString& text) {
+    int isName = 0;
+    CString unquoted = text;
+    if (CUtilityCalc::Dettach_Quotes(unquoted, nullptr) || text.IsEmpty()) {
+        m_kind = NodeString;
+        AssignText(unquoted);
+    } else if (CUtilityCalc::IsPureNumber(text, 1)) {
+        SetLiteral(text);
+    } else {
+        m_kind = NodeName;
+        AssignText(text);
+        isName = 1;
+    }
+    RemoveAll();
+    return isName;
+}
+
+int CCalcNode::ClassifyOperator(const CString& text) {
+    struct Spelling {
+        const char16_t* spelling;
+        uint8_t op;
+        const char16_t* kept;  // null: the spelling itself
+        bool anyCase;
+    };
+    static const Spelling kSpellings[] = {
+        {u"+", OpAdd, nullptr, false},        {u"-", OpSubtract, nullptr, false},
+        {u"*", OpMultiply, nullptr, false},   {u"/", OpDivide, nullptr, false},
+        {u"=", OpEqual, nullptr, false},      {u">", OpGreater, nullptr, false},
+        {u"<", OpLess, nullptr, false},       {u">=", OpGreaterEqual, nullptr, false},
+        {u"<=", OpLessEqual, nullptr, false}, {u"<>", OpNotEqual, nullptr, false},
+        {u"&&", OpAnd, nullptr, false},       {u"and", OpAnd, u" and ", true},
+        {u"||", OpOr, nullptr, false},        {u"or", OpOr, u" or ", true},
+        {u"!", OpNot, nullptr, false},        {u"not", OpNot, u"!", true},
+    };
+    for (const Spelling& s : kSpellings) {
+        const bool match = s.anyCase ? text.CompareNoCase(s.spelling) == 0 : text == s.spelling;
+        if (!match) continue;
+        m_op = s.op;
+        AssignText(s.kept ? CString(s.kept) : text);
+        return 1;
+    }
+    return 0;
+}
+
+int CCalcNode::IsCompareOperator() {
+    return m_kind == NodeOperator && m_op >= OpEqual && m_op <= OpNotEqual;
+}
+
+int CCalcNode::IsLogicOperator() {
+    return m_kind == NodeOperator && (m_op == OpAnd || m_op == OpOr || m_op == OpNot);
+}
