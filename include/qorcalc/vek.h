@@ -69,9 +69,15 @@ public:
     // 1 when `text` reads as a date (and, with `flag` 0, a date-time).
     static int IsDateString(const char16_t* text, int flag = 1);
     // Splits a date text into its numbers in year, month, day (hour, minute,
-    // second) order.  Returns the count of parts, 0 when the text is no date.
+    // second) order; the separators are "-", "/", "\\", ".", " ", ":" and
+    // "T".  Returns the count of parts (`parts` is emptied first), 0 when the
+    // text holds no number, another character, or a number above 2^32 - 1.
     static int ParseDate(const CString& text, CUIntArray& parts);
     // Reads an XML Schema date-time ("2014-03-05T10:20:30", optionally with
-    // fractions and a zone) into `out`; 1 on success.
+    // fractions and a zone) into `out`; 1 on success, 0 (out untouched)
+    // otherwise; white space around the text is allowed.  The fraction of a
+    // second is ignored; "24:00:00" is the next day's midnight.  A zone
+    // ("Z", "+08:00", "-05:00", at most 14:00) converts the moment to local
+    // time (the C library's TZ); a text without one is local time.
     static int XMLString2Time(const char16_t* text, COleDateTime* out);
 };
