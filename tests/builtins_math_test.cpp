@@ -127,6 +127,11 @@ TEST_F(BuiltinsMath, SumsAndOneArgumentFunctions) {
         {"sum", {}, "E1003:sum()"},
         {"sum", {"1", "x"}, "E1004:sum(1, x)"},
         {"sum", {"'1'", "\"x\""}, "E1004:sum(1, x)"},  // the call text shows unquoted arguments
+        {"sum", {"12abc"}, "E1004:sum(12abc)"},  // read whole or not at all
+        {"sum", {"+5"}, "E1004:sum(+5)"},
+        {"sum", {"1", ""}, "1"},
+        {"sum", {"1e3", "1,000", " 2 "}, "2002"},
+        {"sum", {"1e999"}, "E1004:sum(1e999)"},
         {"sum", {"1", "2", "3.5"}, "6.5"},
         {"sum", {"0.1", "0.2"}, "0.3"},
         {"average", {"1", "2"}, "1.5"},
