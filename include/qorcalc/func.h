@@ -1,5 +1,6 @@
 // The function call interface: the call record handed to every function the
-// engine calls, and the catalogue item that describes one function.
+// engine calls, the catalogue item that describes one function, and the
+// function manager that finds and calls them.
 //
 // CFuncPara lives for one call: the calculator fills the name, the evaluated
 // argument texts and the host context, the function writes the result text.
@@ -9,6 +10,9 @@
 // CFuncItem describes one catalogue entry (built-in or registered by the
 // host) for lookup, display and invocation.  Copy copies every field, so an
 // item can be handed out by value to the host.
+//
+// CFuncMnger holds the host's items beside the process-wide catalogue of
+// built-ins; see the class for its invariants.
 #pragma once
 
 #include <qorcalc/collections.h>
@@ -83,4 +87,83 @@ public:
     CString m_strText1;             // two further texts shown with the item
     CString m_strText2;
     CMapUInt32 m_mapExtra;          // free for the host
+};
+
+// The host data handed to NewCalc, as the `js` built-in sees it: an object
+// that runs a script.  A host that gives neither host data nor a host window
+// to its manager must not call `js`.
+class QORCALC_API IScriptHost {
+public:
+    virtual ~IScriptHost() = default;
+    // Runs `script` with the remaining call arguments and fills `result`.
+    virtual void RunScript(const CString& script, CStringArray& args, CString& result) = 0;
+};
+
+// Statuses of CFuncMnger::Call.
+enum ENUM_CALL_STATUS {
+    CALL_REFUSED = -2,        // restricted host function, permission flag 0
+    CALL_NOT_FOUND = -1,      // unknown name (message 1000), or no implementation (empty last error)
+    CALL_FAILED = 0,          // the function ran and failed; the last error holds the text
+    CALL_OK = 1,              // the result text is in the record
+};
+
+// The function manager: finds and calls the 66 built-in functions and the
+// host's own catalogue items.
+//
+// The built-in catalogue is process-wide, built once (under a lock) by the
+// first managers constructed, and read-only afterwards, so lookups and calls
+// take no lock.  The host items belong to one manager, which owns and deletes
+// them; the list must not change while the manager is calling.  A manager is
+// used by one thread at a time.
+//
+// Indexes: a built-in has its catalogue index 0..65, a host item 1000 plus
+// its position in the list.
+class QORCALC_API CFuncMnger {
+public:
+    static constexpr int kHostIndexBase = 1000;
+
+    // A new manager, or null when allocation fails.
+    static CFuncMnger* NewFuncMnger();
+
+    CFuncMnger();
+    CFuncMnger(const CFuncMnger&) = delete;
+    CFuncMnger& operator=(const CFuncMnger&) = delete;
+    // Deletes every host item.
+    virtual ~CFuncMnger();
+
+    // Calls the function named in `para` (index -1) or the built-in `index`
+    // (0..65; any other index is looked up by name as -1 is).  Returns an
+    // ENUM_CALL_STATUS.  A built-in that has no implementation yet is handled
+    // like a host item without one: -1 with an empty last error, so that the
+    // calculator hands the call to the host.  With `bCheck` set, a restricted
+    // host item (flag bit 0 without bit 1) is refused while
+    // m_bPermitRestricted is 0.
+    virtual int Call(CFuncPara& para, int bCheck, int index);
+    // Describes the function `name` (blanks around it ignored) in `out`, its
+    // texts taken from the message provider; 0 when there is none.
+    virtual int GetFuncInfo(const char16_t* name, CFuncItem& out);
+    // The index of `name` (case ignored, not trimmed), built-ins first; -1 when unknown.
+    virtual int Find(const char16_t* name);
+    // The first host item called `name` (case ignored), or null.  Never a built-in.
+    virtual CFuncItem* GetItem(const char16_t* name);
+    // Appends to `out` a new CFuncItem (owned by the caller, delete it as a
+    // CFuncItem*) for every function of category number `category`:
+    // first the category message ids in ascending order (with the built-ins
+    // alone 0 logic, 1 mathematics, 2 text, 3 date), then the host's named
+    // categories "group\category" in list order.  0 when there is no such
+    // category.
+    virtual int GetFuncsOfCategory(int category, CPtrArray& out);
+
+    // Appends a host item, which the manager then owns; returns its index
+    // (1000 + position).
+    int AddItem(CFuncItem* item);
+
+    CPtrArray m_arrItems;                // host items (CFuncItem*), owned
+    int m_bPermitRestricted = 1;         // restricted host items may run
+    HWND m_hHostWnd = nullptr;           // copied into every call record
+    uint32_t m_nHostMsg = 0;             // likewise
+
+private:
+    CFuncItem* HostItem(int position) const;
+    int FindHostItem(const char16_t* name) const;
 };

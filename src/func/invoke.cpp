@@ -1,0 +1,51 @@
+#include "func/invoke.h"
+
+#include <qorcalc/api.h>
+#include <qorcalc/utility.h>
+#include <qorcalc/vek.h>
+
+namespace qorcalc::func {
+namespace {
+
+// Return kinds whose results are always text: text, date and time, date.
+bool IsQuotedKind(uint8_t kind) { return kind == 1 || kind == 3 || kind == 4; }
+
+// "name(arg1, arg2)", the argument of messages 1003 and 1004.
+CString CallText(const CString& name, const CStringArray& args) {
+    CString joined;
+    CVek::Array2CString(joined, args, u", ");
+    CString text;
+    text.Format(u"%s(%s)", name, joined);
+    return text;
+}
+
+void ReportFailure(CFuncPara& para, int status, const CStringArray& args) {
+    if (status == 0 || status == -1) {
+        const uint32_t id = status == 0 ? kMsgWrongArgCount : kMsgBadArgValue;
+        detail::ReportMessage(id, CallText(para.m_strFuncName, args));
+    } else {
+        // The function left its own text.
+        CVek::Error(para.m_strResult);
+    }
+    para.m_strResult.Empty();
+}
+
+}  // namespace
+
+int Invoke(CFuncPara& para, PFN_CALCFUNC fn, uint8_t kind) {
+    for (CString& arg : para.m_arrParas) CUtilityCalc::Dettach_Quotes(arg, nullptr);
+    // Functions may rewrite or remove their arguments; a failure is reported
+    // with the arguments as they were handed over.
+    const CStringArray args = para.m_arrParas;
+    const int status = fn(&para, args.GetSize());
+    if (status != 1) {
+        ReportFailure(para, status, args);
+        return 0;
+    }
+    if (para.m_strResult.IsEmpty()) return 1;
+    if (IsQuotedKind(kind) || !CUtilityCalc::IsPureNumber(para.m_strResult, 0))
+        CUtilityCalc::Attach_Quotes(para.m_strResult);
+    return 1;
+}
+
+}  // namespace qorcalc::func

@@ -1,0 +1,20 @@
+// The invocation routine: the one way a function, built-in or host item,
+// is run on a call record.
+#pragma once
+
+#include <qorcalc/func.h>
+
+#include <cstdint>
+
+namespace qorcalc::func {
+
+// Message ids of failures inside a function, formatted with the call text.
+inline constexpr uint32_t kMsgWrongArgCount = 1003;
+inline constexpr uint32_t kMsgBadArgValue = 1004;
+
+// Unquotes the arguments of `para`, runs `fn` (not null) on them and turns
+// its status into 1 (the result, quoted by `kind`, is in the record) or 0
+// (the failure text is the last error and the result is empty).
+int Invoke(CFuncPara& para, PFN_CALCFUNC fn, uint8_t kind);
+
+}  // namespace qorcalc::func
