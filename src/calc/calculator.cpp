@@ -1,0 +1,203 @@
+// Compiling formula text and driving its calculation with the host.
+#include "calc/calculator.h"
+
+#include <qorcalc/api.h>
+#include <qorcalc/func.h>
+#include <qorcalc/utility.h>
+#include <qorcalc/vek.h>
+
+#include <new>
+
+#include "calc/converter.h"
+#include "expr/evaluate.h"
+
+ICalc::~ICalc() = default;
+
+ICalc* NewCalc(CFuncMnger* funcMnger, void* hostData) {
+    return new (std::nothrow) qorcalc::calc::CCalc(funcMnger, hostData);
+}
+
+namespace qorcalc::calc {
+
+namespace {
+
+constexpr int kGoOn = -2;
+constexpr int kWriteCapacity = 512;
+
+CString FormulaOf(CCalcNode* node) {
+    CStringBuilder builder(kWriteCapacity);
+    node->Write(builder);
+    return builder.ToString();
+}
+
+// The call handed to the host: its name, then each argument, "\r\n"-joined.
+void JoinCall(CString& out, const CFuncPara& para) {
+    out = para.m_strFuncName;
+    for (const CString& arg : para.m_arrParas) {
+        out += u"\r\n";
+        out += arg;
+    }
+}
+
+}  // namespace
+
+void SpaceLogicalOperators(CString& text) {
+    if (text.FindOneOf(u"|&") < 0) return;
+    const std::u16string& in = text.Str();
+    std::u16string out;
+    out.reserve(in.size() + 8);
+    char16_t quote = 0;
+    for (size_t i = 0; i < in.size(); ++i) {
+        const char16_t c = in[i];
+        if (quote) {
+            if (c == quote) quote = 0;
+        } else if (c == u'"' || c == u'\'') {
+            quote = c;
+        } else if ((c == u'|' || c == u'&') && i + 1 < in.size() && in[i + 1] == c) {
+            if (i > 0 && in[i - 1] != u' ') out += u' ';
+            out += c;
+            out += c;
+            if (i + 2 < in.size() && in[i + 2] != u' ') out += u' ';
+            ++i;
+            continue;
+        }
+        out += c;
+    }
+    text.Str().swap(out);
+}
+
+CCalc::~CCalc() {
+    if (m_bOwnsMnger) delete m_pFuncMnger;
+}
+
+CFuncMnger* CCalc::GetFuncMnger() {
+    if (!m_pFuncMnger) {
+        m_pFuncMnger = CFuncMnger::NewFuncMnger();
+        m_bOwnsMnger = 1;
+    }
+    return m_pFuncMnger;
+}
+
+CCalcNode* CCalc::Compile(const char16_t* text, int* errorPos) {
+    int localPos = -1;
+    int& pos = errorPos ? *errorPos : localPos;
+    auto* root = new (std::nothrow) CCalcNode(nullptr, NodeRoot);
+    if (!root) return nullptr;
+    if (!Parse(root, CString(text), pos)) {
+        delete root;
+        return nullptr;
+    }
+    return root;
+}
+
+int CCalc::Parse(CCalcNode* root, CString text, int& errorPos) {
+    errorPos = -1;
+    root->Clear();
+    root->SetKind(NodeRoot);
+    CVek::Error(nullptr);
+    SpaceLogicalOperators(text);
+    CUIntArray starts, ends;
+    CVek::FindQuotes(text, starts, ends, u"\"'", 0);
+    int pos = 0;
+    ConvertError error;
+    if (!Convert(ConvertSource{text, starts, ends}, pos, root, error)) {
+        // A conversion failure leaves the calculator's error code alone.
+        errorPos = error.position;
+        detail::ReportMessage(error.messageId, text);
+        return 0;
+    }
+    return expr::CheckTree(root, text, errorPos);
+}
+
+int CCalc::SetTermValue(CCalcNode* root, CCalcNode* term, const CString& valueText) {
+    if (!root || !term) return 0;
+    CString unquoted = valueText;
+    bool reconvert = false;
+    if (CUtilityCalc::Dettach_Quotes(unquoted, nullptr) || valueText.IsEmpty()) {
+        term->AssignText(unquoted);
+        term->SetKind(NodeString);
+    } else if (CUtilityCalc::IsPureNumber(valueText, 1)) {
+        term->SetLiteral(valueText);
+    } else {
+        // Anything else is a formula of the host's own, converted in place.
+        term->AssignText(valueText);
+        term->SetKind(NodeName);
+        reconvert = true;
+    }
+    term->RemoveAll();
+    if (reconvert) {
+        int pos = -1;
+        return Parse(root, FormulaOf(root), pos);
+    }
+    CCalcNode* parent = term->GetParent();
+    if (!parent) return 1;
+    int pos = -1;
+    if (expr::CheckTypes(parent, FormulaOf(parent), pos)) return 1;
+    m_nErrorCode = static_cast<int>(expr::kMsgMixedTypes);
+    return 0;
+}
+
+int CCalc::CallFunction(CCalcNode* root, CCalcNode* call, CString& out, int bCheck) {
+    CFuncPara para;
+    para.m_pHostData = m_pHostData;
+    call->GetFunctionCall(para.m_strFuncName, para.m_arrParas, 0);
+    CFuncMnger* mnger = GetFuncMnger();
+    if (!mnger) return CALC_ERROR;
+    if (mnger->Find(para.m_strFuncName) == -1) {
+        JoinCall(out, para);
+        return CALC_NEED_FUNCTION;
+    }
+    // Always by name: the manager resolves it again with the record's name.
+    switch (mnger->Call(para, bCheck, -1)) {
+        case 1:
+            return SetTermValue(root, call, para.m_strResult) ? kGoOn : CALC_ERROR;
+        case -1:
+            JoinCall(out, para);
+            return CALC_NEED_FUNCTION;
+        case -2:
+            return CALC_REFUSED;
+        default:
+            // The function's own text gives way to the calculator's message.
+            m_nErrorCode = static_cast<int>(kMsgFunctionFailed);
+            CVek::Error(detail::MessageText(kMsgFunctionFailed));
+            return CALC_ERROR;
+    }
+}
+
+int CCalc::Calculate(CCalcNode* root, CString& out, CCalcNode*& pending, int bCheck, uint8_t format) {
+    out.Empty();
+    pending = nullptr;
+    if (!root) return CALC_ERROR;
+    for (;;) {
+        int code = STEP_NONE;
+        CCalcNode* node = expr::NextStep(root, code);
+        pending = node;
+        switch (code) {
+            case STEP_EVALUATE: {
+                uint32_t errorCode = 0;
+                CString errorText;
+                if (expr::EvaluateList(node, format, errorCode, errorText)) break;
+                m_nErrorCode = static_cast<int>(errorCode);
+                if (errorText.IsEmpty()) errorText = detail::MessageText(errorCode);
+                CVek::Error(errorText);
+                return CALC_ERROR;
+            }
+            case STEP_NAME:
+                node->GetText(out, 0);
+                return CALC_NEED_NAME;
+            case STEP_FUNCTION: {
+                const int result = CallFunction(root, node, out, bCheck);
+                if (result != kGoOn) return result;
+                break;
+            }
+            case STEP_UNWRAP:
+                node->Unwrap();
+                break;
+            default:
+                pending = nullptr;
+                return CALC_DONE;
+        }
+    }
+}
+
+}  // namespace qorcalc::calc

@@ -1,0 +1,221 @@
+#include "calc/converter.h"
+
+#include <qorcalc/utility.h>
+#include <qorcalc/vek.h>
+
+#include <memory>
+
+#include "support/text.h"
+
+namespace qorcalc::calc {
+
+namespace {
+
+enum TokenKind : uint8_t { TokNone, TokQuoted, TokOperator, TokOpen, TokClose, TokComma, TokWord };
+
+struct Token {
+    CString text;
+    uint8_t kind = TokNone;
+    int start = -1;  // the first character that is not a blank
+
+    bool IsEmpty() const { return text.IsEmpty(); }
+    void Append(char16_t ch, int pos, uint8_t newKind) {
+        if (start < 0) start = pos;
+        text += ch;
+        kind = newKind;
+    }
+    void Set(const char16_t* newText, int pos, uint8_t newKind) {
+        if (start < 0) start = pos;
+        text = newText;
+        kind = newKind;
+    }
+};
+
+int Fail(ConvertError& error, uint32_t id, int position) {
+    error.messageId = id;
+    error.position = position;
+    return 0;
+}
+
+bool InQuotes(const ConvertSource& src, int pos) {
+    return CVek::ArrayFindBetween(src.quoteStarts, src.quoteEnds, static_cast<uint32_t>(pos)) != -1;
+}
+
+bool IsOperatorWord(const CString& text) {
+    return text.CompareNoCase(u"and") == 0 || text.CompareNoCase(u"or") == 0 ||
+           text.CompareNoCase(u"not") == 0 || text == u"&&" || text == u"||" || text == u"!";
+}
+
+// Scans one token from `pos`; `pos` comes back on the first character not
+// consumed.  Fails only for a quoted stretch that begins inside a word.
+int ScanToken(const ConvertSource& src, int& pos, Token& tok, ConvertError& error) {
+    const CString& text = src.text;
+    const int len = text.GetLength();
+    while (pos < len) {
+        const char16_t c = text[pos];
+        if (InQuotes(src, pos)) {
+            if (tok.kind == TokWord) return Fail(error, kMsgBadExpression, pos);
+            if (!tok.IsEmpty() && tok.kind != TokQuoted) return 1;
+            tok.Append(c, pos++, TokQuoted);  // adjacent stretches join
+            continue;
+        }
+        if (tok.kind == TokQuoted) return 1;
+        const bool doubled = (c == u'!' || c == u'=') && pos + 1 < len && text[pos + 1] == u'=';
+        if (c == u' ') {
+            if (tok.kind == TokWord) return 1;
+            ++pos;
+        } else if (doubled) {
+            // "!=" and "==" replace what an operator token held and let
+            // more comparison characters follow.
+            if (!tok.IsEmpty() && tok.kind != TokOperator) return 1;
+            tok.Set(c == u'!' ? u"<>" : u"=", pos, TokOperator);
+            pos += 2;
+        } else if ((c == u'!' || c == u'=') && tok.IsEmpty()) {
+            tok.Append(c, pos++, TokOperator);
+            return 1;
+        } else if (c == u')' || c == u',') {
+            if (!tok.IsEmpty()) return 1;
+            tok.Append(c, pos++, c == u')' ? TokClose : TokComma);
+            return 1;
+        } else if (c == u'(') {
+            if (tok.kind == TokOperator) return 1;
+            if (tok.text.CompareNoCase(u"not") == 0 || tok.text == u"!") {
+                tok.kind = TokOperator;  // "not(" negates the group that follows
+                return 1;
+            }
+            if (tok.start < 0) tok.start = pos;
+            tok.kind = TokOpen;  // its text, possibly empty, names the function
+            ++pos;
+            return 1;
+        } else if (c == u'+' || c == u'-' || c == u'*' || c == u'/') {
+            if (!tok.IsEmpty()) return 1;
+            tok.Append(c, pos++, TokOperator);
+            return 1;
+        } else if (c == u'>' || c == u'<' || c == u'=') {
+            if (!tok.IsEmpty() && tok.kind != TokOperator) return 1;
+            tok.Append(c, pos++, TokOperator);
+        } else {
+            if (tok.kind == TokOperator) return 1;
+            tok.Append(c, pos++, TokWord);
+        }
+    }
+    return 1;
+}
+
+// A rejected name.  A word that starts with a digit and goes on with
+// something else is a malformed number (12a), reported at that character.
+int FailName(const Token& tok, uint32_t id, int badPos, ConvertError& error) {
+    const CString& t = tok.text;
+    if (t.GetLength() >= 2 && support::IsAsciiDigit(t[0])) {
+        for (int i = 1; i < t.GetLength(); ++i)
+            if (!support::IsAsciiDigit(t[i])) return Fail(error, kMsgBadNumber, tok.start + i);
+    }
+    return Fail(error, id, tok.start + badPos);
+}
+
+// Gives `node` its kind and value from `tok`; 0 with `error` set when the
+// token is no valid operator, name or number.
+int MakeNode(const Token& tok, CCalcNode& node, ConvertError& error) {
+    const int chinese = CUtilityCalc::Calc_IsChineseEnabled();
+    int badPos = 0;
+    const bool isOperator = tok.kind == TokOperator || (tok.kind == TokWord && IsOperatorWord(tok.text));
+    if (isOperator) {
+        if (!node.ClassifyOperator(tok.text)) return Fail(error, kMsgBadExpression, tok.start + 1);
+        node.SetKind(NodeOperator);
+    } else if (tok.kind == TokOpen) {
+        if (tok.IsEmpty()) {
+            node.SetKind(NodeGroup);
+            return 1;
+        }
+        if (!CUtilityCalc::IsValidFuncName(tok.text, chinese, badPos))
+            return FailName(tok, kMsgBadFunctionName, badPos, error);
+        node.SetText(tok.text);
+        node.SetKind(NodeFunction);
+    } else if (tok.kind == TokQuoted) {
+        node.SetText(tok.text);
+        node.SetKind(NodeString);
+    } else if (CUtilityCalc::IsPureNumber(tok.text, 0)) {
+        node.SetLiteral(tok.text);
+    } else {
+        if (!CUtilityCalc::IsValidVarName(tok.text, chinese, 1, 1, badPos))
+            return FailName(tok, kMsgBadName, badPos, error);
+        node.SetText(tok.text);
+        node.SetKind(NodeName);
+    }
+    return 1;
+}
+
+bool IsOperand(CCalcNode* node) { return node->GetKind() != NodeOperator; }
+
+// How a list ended: what ends it decides whether its parent may end there.
+enum ListEnd { Failed = 0, AtTextEnd, AtClose, AtComma };
+
+ListEnd FailList(ConvertError& error, uint32_t id, int position) {
+    Fail(error, id, position);
+    return Failed;
+}
+
+ListEnd ConvertList(const ConvertSource& src, int& pos, CCalcNode* parent, ConvertError& error, int depth);
+
+// The arguments of a call, each ending at a "," or at the ")" that closes
+// the call; f() thus has one empty argument.  A call still open at the end
+// of the text fails there, also when the last ")" closed an inner call.
+ListEnd ConvertArguments(const ConvertSource& src, int& pos, CCalcNode* call, ConvertError& error,
+                         int depth) {
+    const int len = src.text.GetLength();
+    for (;;) {
+        if (pos >= len) return FailList(error, kMsgBrackets, pos);
+        auto* arg = new CCalcNode(call, NodeArgument);
+        arg->SetPosition(pos);
+        call->Add(arg);
+        switch (ConvertList(src, pos, arg, error, depth)) {
+            case Failed: return Failed;
+            case AtClose: return AtClose;
+            case AtTextEnd: return FailList(error, kMsgBrackets, pos);
+            case AtComma: break;
+        }
+    }
+}
+
+ListEnd ConvertList(const ConvertSource& src, int& pos, CCalcNode* parent, ConvertError& error, int depth) {
+    const uint8_t parentKind = parent->GetKind();
+    if (parentKind == NodeFunction) return ConvertArguments(src, pos, parent, error, depth);
+    const int len = src.text.GetLength();
+    while (pos < len) {
+        Token tok;
+        if (!ScanToken(src, pos, tok, error)) return Failed;
+        if (tok.kind == TokNone) break;  // only blanks were left
+        if (tok.kind == TokClose) {
+            if (parentKind == NodeGroup || parentKind == NodeArgument) return AtClose;
+            return FailList(error, kMsgBrackets, tok.start);
+        }
+        if (tok.kind == TokComma) {
+            if (parentKind == NodeArgument) return AtComma;
+            return FailList(error, kMsgBadExpression, tok.start);
+        }
+        auto node = std::make_unique<CCalcNode>(parent);
+        node->SetPosition(tok.start);
+        if (!MakeNode(tok, *node, error)) return Failed;
+        CCalcNode* added = node.release();
+        parent->Add(added);
+        const int count = parent->GetCount();
+        if (count >= 2 && IsOperand(parent->GetAt(count - 2)) && IsOperand(added))
+            return FailList(error, kMsgBadExpression, added->GetPosition());
+        if (added->GetKind() == NodeFunction || added->GetKind() == NodeGroup) {
+            if (depth + 1 > CALC_MAX_NESTING) return FailList(error, kMsgBrackets, added->GetPosition());
+            if (!ConvertList(src, pos, added, error, depth + 1)) return Failed;
+        }
+    }
+    // The end of the text: a group left open fails at its own bracket.
+    if (parentKind == NodeGroup) return FailList(error, kMsgBrackets, parent->GetPosition());
+    return AtTextEnd;
+}
+
+}  // namespace
+
+int Convert(const ConvertSource& source, int& pos, CCalcNode* parent, ConvertError& error) {
+    if (!parent) return 0;
+    return ConvertList(source, pos, parent, error, 0) != Failed;
+}
+
+}  // namespace qorcalc::calc
