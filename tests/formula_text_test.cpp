@@ -111,55 +111,62 @@ struct ParaCase {
     const char* rest;
 };
 
-TEST(FormulaText, GetLeftPara) {
-    const ParaCase cases[] = {
-        {"a\r\nb\r\nc", 1, 0, 1, "a", "b\r\nc"},
-        {"a\r\nb", 0, 0, 1, "a", "a\r\nb"},
-        {"a  \r\n  b", 1, 1, 1, "a", "b"},
-        {"a  \r\n  b", 0, 1, 1, "a", "a  \r\n  b"},
-        {"\r\nb", 1, 0, 1, "", "b"},
-        {"no break", 1, 1, 0, "", "no break"},
-        {"a\rb\n", 1, 0, 0, "", "a\rb\n"},
-        {"", 1, 1, 0, "", ""},
-    };
+// Runs the cases through the CString form and the buffer form of one side.
+template <class OnText, class OnBuffer>
+void CheckPara(const std::vector<ParaCase>& cases, OnText onText, OnBuffer onBuffer) {
     for (const auto& c : cases) {
         CString line = U("stale"), text = U(c.text);
-        EXPECT_EQ(CUtilityCalc::GetLeftPara(line, text, c.remove, c.trim), c.result) << c.text;
+        EXPECT_EQ(onText(line, text, c.remove, c.trim), c.result) << c.text;
         EXPECT_EQ(U8(line), c.line) << c.text;
         EXPECT_EQ(U8(text), c.rest) << c.text;
 
         CBuffer buffer;
         buffer.SetString(U(c.text));
         line = U("stale");
-        EXPECT_EQ(CUtilityCalc::GetLeftPara(line, buffer, c.remove, c.trim), c.result) << c.text;
+        EXPECT_EQ(onBuffer(line, buffer, c.remove, c.trim), c.result) << c.text;
         EXPECT_EQ(U8(line), c.line) << c.text;
         EXPECT_EQ(U8(buffer.GetString()), c.rest) << c.text;
     }
 }
 
-TEST(FormulaText, GetRightPara) {
-    const ParaCase cases[] = {
-        {"a\r\nb\r\nc", 1, 0, 1, "c", "a\r\nb"},
-        {"a\r\nb", 0, 0, 1, "b", "a\r\nb"},
-        {"a  \r\n  b", 1, 1, 1, "b", "a"},
-        {"a\r\n", 1, 0, 1, "", "a"},
-        {"no break", 1, 1, 0, "", "no break"},
-        {"\r", 1, 1, 0, "", "\r"},
-        {"", 1, 1, 0, "", ""},
-    };
-    for (const auto& c : cases) {
-        CString line = U("stale"), text = U(c.text);
-        EXPECT_EQ(CUtilityCalc::GetRightPara(line, text, c.remove, c.trim), c.result) << c.text;
-        EXPECT_EQ(U8(line), c.line) << c.text;
-        EXPECT_EQ(U8(text), c.rest) << c.text;
+TEST(FormulaText, GetLeftPara) {
+    CheckPara(
+        {
+            {"a\r\nb\r\nc", 1, 0, 1, "a", "b\r\nc"},
+            {"a\r\nb", 0, 0, 1, "a", "a\r\nb"},
+            {"a  \r\n  b", 1, 1, 1, "a", "b"},
+            {"a  \r\n  b", 0, 1, 1, "a", "a  \r\n  b"},
+            {"\r\nb", 1, 0, 1, "", "b"},
+            {"no break", 1, 1, 0, "", "no break"},
+            {"a\rb\n", 1, 0, 0, "", "a\rb\n"},
+            {"", 1, 1, 0, "", ""},
+        },
+        [](CString& line, CString& text, int remove, int trim) {
+            return CUtilityCalc::GetLeftPara(line, text, remove, trim);
+        },
+        [](CString& line, CBuffer& text, int remove, int trim) {
+            return CUtilityCalc::GetLeftPara(line, text, remove, trim);
+        });
+}
 
-        CBuffer buffer;
-        buffer.SetString(U(c.text));
-        line = U("stale");
-        EXPECT_EQ(CUtilityCalc::GetRightPara(line, buffer, c.remove, c.trim), c.result) << c.text;
-        EXPECT_EQ(U8(line), c.line) << c.text;
-        EXPECT_EQ(U8(buffer.GetString()), c.rest) << c.text;
-    }
+TEST(FormulaText, GetRightPara) {
+    CheckPara(
+        {
+            {"a\r\nb\r\nc", 1, 0, 1, "c", "a\r\nb"},
+            {"a\r\nb", 0, 0, 1, "b", "a\r\nb"},
+            {"a  \r\n  b", 1, 1, 1, "b", "a"},
+            {"a  \r\n  b", 1, 0, 1, "  b", "a  "},
+            {"a\r\n", 1, 0, 1, "", "a"},
+            {"no break", 1, 1, 0, "", "no break"},
+            {"\r", 1, 1, 0, "", "\r"},
+            {"", 1, 1, 0, "", ""},
+        },
+        [](CString& line, CString& text, int remove, int trim) {
+            return CUtilityCalc::GetRightPara(line, text, remove, trim);
+        },
+        [](CString& line, CBuffer& text, int remove, int trim) {
+            return CUtilityCalc::GetRightPara(line, text, remove, trim);
+        });
 }
 
 TEST(FormulaText, BufferParaIgnoresAnOddByte) {

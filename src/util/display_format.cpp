@@ -229,12 +229,11 @@ void CUtilityCalc::ConvertToDispFormat(double value, CString& out, const CString
 
 void CUtilityCalc::FormatNum(CString& value, const CString& pattern) {
     if (pattern.IsEmpty()) return;
-    const PatternDigits digits = ReadDigits(value.Str());
-    value.Empty();
-
     const int point = pattern.Find(u'.');
     const std::u16string integerPattern = point < 0 ? pattern.Str() : pattern.Str().substr(0, point);
     const std::u16string fractionPattern = point < 0 ? std::u16string() : pattern.Str().substr(point + 1);
+    const PatternDigits digits = ReadDigits(value.Str());
+    value.Empty();
     if (!integerPattern.empty()) value = CString(FillIntegerPattern(integerPattern, digits));
     if (!fractionPattern.empty()) {
         value += u'.';
