@@ -9,7 +9,8 @@
 //     adding to the double directly;
 //   - date parts are taken after rounding to the nearest whole second;
 //   - an invalid or null date reads -1 for every part (GetYear, ...) and
-//     formats as the empty text.
+//     formats as the empty text;
+//   - the calendar is the proleptic Gregorian one throughout.
 #pragma once
 
 #include <qorcalc/export.h>
@@ -32,7 +33,8 @@ public:
     double GetTotalMinutes() const { return m_span * 24 * 60; }
     double GetTotalSeconds() const { return m_span * 24 * 60 * 60; }
     // Components of the span rounded to whole seconds; each carries the
-    // span's sign (-1.5 days gives -1 days and -12 hours).
+    // span's sign (-1.5 days gives -1 days and -12 hours).  A span beyond
+    // about 4.6e13 days saturates; a NaN span reads as 0.
     long GetDays() const;
     int GetHours() const;
     int GetMinutes() const;
@@ -54,6 +56,8 @@ public:
     enum DateTimeStatus { valid = 0, invalid = 1, null = 2 };
 
     COleDateTime() = default;
+    // Invalid when the value (rounded to the second) lies outside the valid
+    // years, or is not a number.
     COleDateTime(double value);
     COleDateTime(int year, int month, int day, int hour, int minute, int second);
 
@@ -64,7 +68,8 @@ public:
 
     // Each returns 0 when the fields form a valid date (years 100..9999,
     // a real day of the month, hour 0..23, minute and second 0..59) and sets
-    // it; otherwise returns 1 and the status becomes invalid.
+    // it; otherwise returns 1, the status becomes invalid and the value 0.
+    // SetTime sets the time of 1899-12-30.
     int SetDateTime(int year, int month, int day, int hour, int minute, int second);
     int SetDate(int year, int month, int day);
     int SetTime(int hour, int minute, int second);
@@ -82,13 +87,17 @@ public:
     int GetDayOfYear() const;  // 1 = 1 January
 
     // Arithmetic keeps the status of the date; a result outside the valid
-    // range is invalid.
+    // range is invalid.  A null or invalid operand (date or span) makes the
+    // result null or invalid, invalid winning.  The difference of two dates
+    // is an invalid span unless both are valid.
     COleDateTime operator+(const COleDateTimeSpan& span) const;
     COleDateTime operator-(const COleDateTimeSpan& span) const;
     COleDateTime& operator+=(const COleDateTimeSpan& span) { return *this = *this + span; }
     COleDateTime& operator-=(const COleDateTimeSpan& span) { return *this = *this - span; }
     COleDateTimeSpan operator-(const COleDateTime& other) const;
 
+    // Valid dates compare by instant; dates of other status order before
+    // them (null before invalid) and are equal to each other by status.
     bool operator==(const COleDateTime& o) const;
     bool operator<(const COleDateTime& o) const;
     bool operator>(const COleDateTime& o) const { return o < *this; }
@@ -98,6 +107,10 @@ public:
     // strftime directives with English names, independent of the locale:
     // %a %A %b %B %c %d %H %I %j %m %M %p %S %U %w %W %x %X %y %Y %% (and
     // the "#" flag, %#d, dropping leading zeros).  Other text is copied.
+    // %c is "%m/%d/%y %H:%M:%S", %x "%m/%d/%y", %X "%H:%M:%S"; %#c and %#x
+    // are the long forms "Wednesday, March 5, 2014" (with the time for %#c).
+    // An unknown directive, a lone "%" and a null pattern are copied as
+    // they stand (null gives the empty text).
     CString Format(const char16_t* pattern) const;
 
     double m_dt = 0;
