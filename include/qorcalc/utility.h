@@ -46,6 +46,12 @@ public:
     static int Calc_GetCompareCalcDeclen();
 
     // --- Numbers and numeric text ------------------------------------------
+    // Limits: Str2Double reads at most 63 characters of number (overflow gives
+    // an infinity, underflow 0); RoundStr pads to at most 4096 decimals.
+    // Double2Str writes NaN and the infinities as the empty text.  Double2Int
+    // and Double2Int64 give 0 for NaN and saturate at their type's limits for
+    // values beyond its range.  LimitString never splits a surrogate pair, and
+    // counts a pair as one wide character.
     static double Str2Double(const char16_t* text);
     static int Str2Int(const char16_t* text);
     static int64_t Str2Int64(const char16_t* text);

@@ -1,0 +1,377 @@
+// Numbers and numeric text: the engine's arithmetic as the user sees it.
+//
+// Every value travels as plain decimal text ("." the point, "," the group
+// separator, whatever the locale), so these routines decide how text reads as
+// a number, how a double is written back (15 significant digits, at most 8
+// decimals) and how decimal text is rounded (half away from zero, at most 19
+// digits).  Invariants kept here:
+//   - nothing reads past a text's terminating zero or a buffer's end, and a
+//     null text reads as the empty text;
+//   - no conversion between double and integer is ever out of range: the
+//     results saturate instead (see utility.h);
+//   - numbers never depend on the process locale (from_chars / to_chars).
+#include <qorcalc/utility.h>
+
+#include "support/text.h"
+
+#include <algorithm>
+#include <charconv>
+#include <climits>
+#include <cmath>
+#include <string>
+
+using qorcalc::support::IsAsciiDigit;
+
+namespace {
+
+// Str2Double hands at most this many characters to the number parser.
+constexpr int kScanLimit = 63;
+// Double2Str writes 15 significant digits, and never more than 8 decimals.
+constexpr int kSignificantDigits = 15;
+constexpr int kMaxWrittenDecimals = 8;
+// From here on a double has no fraction worth writing.
+constexpr double kWholeOnly = 999999999999999.0;
+// RoundStr keeps at most 19 digits in all and at most 12 asked-for decimals.
+constexpr long long kMaxDigits = 19;
+constexpr long long kMaxRoundedDecimals = 12;
+// RoundStr pads with zeros up to this many decimals, so that a forged count
+// cannot ask for gigabytes.
+constexpr int kMaxPaddedDecimals = 4096;
+// ResetDoubleString accepts integer parts (sign included) up to this length.
+constexpr int kMaxIntegerChars = 18;
+// LimitString counts characters above this code twice (wide glyphs).
+constexpr char16_t kLastNarrow = 128;
+
+template <class Pred>
+bool AllOf(const char16_t* p, Pred pred) {
+    for (; p && *p; ++p)
+        if (!pred(*p)) return false;
+    return true;
+}
+
+bool IsDigitOrMinus(char16_t c) { return c == u'-' || IsAsciiDigit(c); }
+bool IsExponent(char16_t c) { return c == u'e' || c == u'E'; }
+
+const char16_t* SkipSpaces(const char16_t* p) {
+    while (*p == u' ') ++p;
+    return p;
+}
+
+int OnlySpaces(const char16_t* p) { return *SkipSpaces(p) == 0; }
+
+CString Widen(const char* first, const char* last) {
+    return CString(std::u16string(first, last));
+}
+
+template <class Int>
+CString IntegerText(Int value) {
+    char buf[24];
+    const auto res = std::to_chars(buf, buf + sizeof buf, value);
+    return Widen(buf, res.ptr);
+}
+
+// atof over the scanned buffer: the longest number at its start, 0.0 when
+// there is none.  Out of range only happens through the exponent (63
+// characters of mantissa stay far inside a double), so its sign tells an
+// underflow (zero) from an overflow (infinity), as the C library gives them.
+double ParseScanned(const char* first, const char* last) {
+    double value = 0.0;
+    const auto [end, ec] = std::from_chars(first, last, value);
+    if (ec == std::errc::result_out_of_range) {
+        const char* e = std::find_if(first, end, [](char c) { return c == 'e' || c == 'E'; });
+        const double magnitude = (e != end && e[1] == '-') ? 0.0 : HUGE_VAL;
+        return *first == '-' ? -magnitude : magnitude;
+    }
+    return ec == std::errc() ? value : 0.0;
+}
+
+// Removes trailing "0"s of a text with a ".", then a "." left at the end.
+void DropFractionZeros(std::u16string& s) {
+    if (s.find(u'.') == std::u16string::npos) return;
+    s.erase(s.find_last_not_of(u'0') + 1);
+    if (!s.empty() && s.back() == u'.') s.pop_back();
+}
+
+void DropTrailingZeros(std::u16string& digits) { digits.erase(digits.find_last_not_of(u'0') + 1); }
+
+// Adds one to a run of decimal digits, each "9" turning into "0" as the carry
+// moves left; true when the carry runs off the left end (always for no digits).
+bool AddOne(std::u16string& digits) {
+    for (auto it = digits.rbegin(); it != digits.rend(); ++it) {
+        if (*it != u'9') {
+            ++*it;
+            return false;
+        }
+        *it = u'0';
+    }
+    return true;
+}
+
+bool IsHighSurrogate(char16_t c) { return c >= 0xD800 && c < 0xDC00; }
+bool IsLowSurrogate(char16_t c) { return c >= 0xDC00 && c < 0xE000; }
+
+// The number of UTF-16 units of the character at `i` (a surrogate pair is one character).
+size_t CharUnits(const std::u16string& s, size_t i) {
+    return IsHighSurrogate(s[i]) && i + 1 < s.size() && IsLowSurrogate(s[i + 1]) ? 2 : 1;
+}
+
+}  // namespace
+
+double CUtilityCalc::Str2Double(const char16_t* text) {
+    if (!text) return 0.0;
+    char buf[kScanLimit + 1];
+    int w = 0;
+    bool seenDot = false, seenMinus = false, seenExponent = false, seenPlus = false;
+    for (const char16_t* p = text; *p && w < kScanLimit; ++p) {
+        const char16_t c = *p;
+        if (c == u' ') {
+            if (w > 0) break;
+        } else if (IsExponent(c)) {
+            if (seenExponent) break;
+            seenExponent = true;
+            seenMinus = false;  // the exponent may carry its own sign
+            buf[w++] = static_cast<char>(c);
+        } else if (c == u'+') {
+            // A leading plus is not a number here; only the exponent's sign may be "+".
+            if (!seenExponent || seenPlus) break;
+            seenPlus = true;
+            buf[w++] = '+';
+        } else if (c == u'-') {
+            if (seenMinus || (!seenExponent && w != 0)) break;
+            seenMinus = true;
+            buf[w++] = '-';
+        } else if (c == u',') {
+            continue;  // group separators are skipped wherever they stand
+        } else if (c == u'.') {
+            if (seenDot) break;
+            seenDot = true;
+            if (w == 0 || (w == 1 && buf[0] == '-')) buf[w++] = '0';  // ".5" reads as "0.5"
+            buf[w++] = '.';
+        } else if (IsAsciiDigit(c)) {
+            buf[w++] = static_cast<char>(c);
+        } else {
+            break;
+        }
+    }
+    return ParseScanned(buf, buf + w);
+}
+
+int CUtilityCalc::Str2Int(const char16_t* text) {
+    if (!text || !*text) return 0;
+    if (AllOf(text, IsDigitOrMinus)) return qorcalc::support::wtoi(text);
+    return Double2Int(Str2Double(text));
+}
+
+int64_t CUtilityCalc::Str2Int64(const char16_t* text) {
+    if (!text) return 0;
+    if (AllOf(text, IsDigitOrMinus)) return qorcalc::support::wtoi64(text);
+    return Double2Int64(Str2Double(text));
+}
+
+int CUtilityCalc::Double2Int(double value) {
+    if (value == 0.0 || std::isnan(value)) return 0;
+    const double a = std::fabs(value);
+    if (a >= 2147483648.0) return value < 0 ? INT_MIN : INT_MAX;
+    int64_t i = static_cast<int32_t>(a);
+    // The fraction is compared after scaling by 100 against 50; the form is kept on purpose.
+    if ((a - static_cast<double>(i)) * 100.0 >= 50.0) ++i;
+    return static_cast<int>(std::clamp<int64_t>(value < 0 ? -i : i, INT_MIN, INT_MAX));
+}
+
+int64_t CUtilityCalc::Double2Int64(double value) {
+    if (std::isnan(value)) return 0;
+    if (std::isinf(value)) return value < 0 ? INT64_MIN : INT64_MAX;
+    // Decimal rounding on the written text: 0.49999999999999994 is written "0.5"
+    // and so gives 1, as the user reading it expects.
+    CString text;
+    Double2Str(text, value, -1);
+    RoundStr(text, 0);
+    return qorcalc::support::wtoi64(text);
+}
+
+void CUtilityCalc::Double2Str(CString& out, double value, int decimals) {
+    out.Empty();
+    if (!std::isfinite(value)) return;
+    const double a = std::fabs(value);
+    const int n = std::min(decimals, kMaxWrittenDecimals);
+    // 309 integer digits for the largest double, plus the point and 8 decimals.
+    char buf[400];
+    const auto whole = std::to_chars(buf, buf + sizeof buf, std::trunc(a), std::chars_format::fixed, 0);
+    const int integerDigits = static_cast<int>(whole.ptr - buf);
+    if (a >= kWholeOnly) {
+        out = Widen(buf, whole.ptr);
+        if (n > 0) {
+            out += u'.';
+            out += CString(u'0', n);
+        }
+    } else {
+        const int precision = std::clamp(kSignificantDigits - integerDigits, 0, kMaxWrittenDecimals);
+        const auto res = std::to_chars(buf, buf + sizeof buf, a, std::chars_format::fixed, precision);
+        out = Widen(buf, res.ptr);
+        RoundStr(out, n);
+        if (decimals < 0) DropFractionZeros(out.Str());
+    }
+    // The sign follows the value, not the rounded text: -0.001 to 2 decimals is "-0.00".
+    if (value < 0) out.Insert(0, u'-');
+}
+
+void CUtilityCalc::Int64Str(CString& out, int64_t value) { out = IntegerText(value); }
+
+void CUtilityCalc::UInt64Str(CString& out, int64_t value) { out = IntegerText(static_cast<uint64_t>(value)); }
+
+void CUtilityCalc::RoundStr(CString& number, int decimals) {
+    number.Trim();
+    number.TrimRight(u'.');
+    std::u16string& s = number.Str();
+    if (s.empty()) return;
+    const size_t point = std::min(s.find(u'.'), s.size());
+    const long long d = point < s.size() ? static_cast<long long>(s.size() - point - 1) : 0;
+    const long long n = decimals;
+    if (n == d) return;
+    if (n > d) {
+        const long long want = std::min<long long>(n, std::max<long long>(d, kMaxPaddedDecimals));
+        if (d == 0) s += u'.';
+        s.append(static_cast<size_t>(want - d), u'0');
+        return;
+    }
+
+    const bool hadMinus = s[0] == u'-';
+    const size_t first = hadMinus ? 1 : 0;
+    std::u16string integer = s.substr(first, point - first);
+    integer.erase(0, integer.find_first_not_of(u'0'));
+    std::u16string fraction = point < s.size() ? s.substr(point + 1) : std::u16string();
+    DropTrailingZeros(fraction);
+
+    // Never more than 19 digits in all, nor more than 12 asked-for decimals.
+    const long long room = std::max<long long>(kMaxDigits - static_cast<long long>(integer.size()), 0);
+    long long m = std::min(n, kMaxRoundedDecimals);
+    if (m < 0 || m > room) m = room;
+
+    bool carry = false;
+    if (static_cast<long long>(fraction.size()) > m) {
+        const bool up = fraction[static_cast<size_t>(m)] > u'4';
+        fraction.resize(static_cast<size_t>(m));
+        carry = up && AddOne(fraction);
+        DropTrailingZeros(fraction);
+    }
+    bool negative = hadMinus;
+    if (integer.empty()) {
+        integer.push_back(u'0');
+        if (!carry && fraction.empty()) negative = false;  // no "-0"
+    }
+    if (carry && AddOne(integer)) integer.insert(0, 1, u'1');
+    if (n >= 0 && m > 0) fraction.resize(static_cast<size_t>(m), u'0');
+
+    s = negative ? u"-" + integer : integer;
+    if (!fraction.empty()) s += u'.' + fraction;
+}
+
+int CUtilityCalc::ResetDoubleString(CString& number) {
+    number.Trim();
+    number.TrimRight(u'.');
+    DropFractionZeros(number.Str());
+    if (number == u"-0") number = u"0";
+    const int point = number.Find(u'.');
+    return (point < 0 ? number.GetLength() : point) <= kMaxIntegerChars;
+}
+
+int CUtilityCalc::GetDecLen(const CString& number) {
+    const int point = number.Find(u'.');
+    return point < 0 ? 0 : number.GetLength() - point - 1;
+}
+
+int CUtilityCalc::IsString0To9(const char16_t* text) { return AllOf(text, IsAsciiDigit); }
+
+int CUtilityCalc::IsPureNumber(const char16_t* text, int allowComma) {
+    if (!text) return 1;
+    const char16_t* const start = SkipSpaces(text);
+    const char16_t* lastComma = nullptr;
+    bool seenDot = false;
+    for (const char16_t* p = start; *p; ++p) {
+        switch (*p) {
+            case u' ':
+                return OnlySpaces(p);
+            case u'.':
+                // Behind a group separator the point must close a group of three.
+                if (seenDot || (lastComma && p - lastComma != 4)) return 0;
+                seenDot = true;
+                break;
+            case u'-':
+                if (p != start) return 0;
+                break;
+            case u',':
+                // The first separator has no distance rule; later ones close groups of three.
+                if (!allowComma || seenDot || (lastComma && p - lastComma != 4)) return 0;
+                lastComma = p;
+                break;
+            default:
+                if (!IsAsciiDigit(*p)) return 0;
+        }
+    }
+    return 1;
+}
+
+int CUtilityCalc::IsConvertAbleNumberString(const char16_t* text, int allowComma) {
+    if (!text) return 1;
+    const char16_t* const start = SkipSpaces(text);
+    const char16_t* exponent = nullptr;
+    bool seenDot = false;
+    const char16_t* p = start;
+    for (; *p && *p != u' '; ++p) {
+        switch (*p) {
+            case u'e':
+            case u'E':
+                if (exponent || p == start) return 0;
+                exponent = p;
+                break;
+            case u'.':
+                if (exponent || seenDot) return 0;
+                seenDot = true;
+                break;
+            case u'-':
+                if (p != (exponent ? exponent + 1 : start)) return 0;
+                break;
+            case u'+':
+                if (!exponent || p != exponent + 1) return 0;
+                break;
+            case u',':
+                if (!allowComma || exponent) return 0;
+                break;
+            default:
+                if (!IsAsciiDigit(*p)) return 0;
+        }
+    }
+    if (!OnlySpaces(p)) return 0;
+    return p == start || !IsExponent(p[-1]);
+}
+
+int CUtilityCalc::IsValidNumber(const CString& value, const CString& minimum, const CString& maximum) {
+    if (minimum.IsEmpty() && maximum.IsEmpty()) return 1;
+    const double v = Str2Double(value);
+    // A bound that is not a number is ignored; both bounds are inclusive.
+    if (!minimum.IsEmpty() && IsPureNumber(minimum, 1) && Str2Double(minimum) > v) return 0;
+    if (maximum.IsEmpty() || !IsPureNumber(maximum, 1)) return 1;
+    return v > Str2Double(maximum) ? 0 : 1;
+}
+
+int CUtilityCalc::LimitString(CString& text, int limit) {
+    if (limit == 0) return 0;
+    std::u16string& s = text.Str();
+    size_t cut = 0;
+    if (limit > 0) {
+        if (s.size() <= static_cast<size_t>(limit)) return 0;
+        cut = static_cast<size_t>(limit);
+        if (IsLowSurrogate(s[cut]) && IsHighSurrogate(s[cut - 1])) --cut;  // keep pairs whole
+    } else {
+        // A display-width limit: narrow characters count 1, wide ones 2.
+        const long long budget = -static_cast<long long>(limit);
+        long long width = 0;
+        for (; cut < s.size(); cut += CharUnits(s, cut)) {
+            width += s[cut] <= kLastNarrow ? 1 : 2;
+            if (width > budget) break;
+        }
+        if (cut >= s.size()) return 0;
+    }
+    s.resize(cut);
+    return 1;
+}
