@@ -13,13 +13,17 @@ setup:
 configure: setup
 	@cmake -S . -B $(BUILD) $(CMAKE_ARGS) >/dev/null
 
+# The inner build runs without our make's flags, so it prints no directory noise.
+CMAKE_BUILD = env -u MAKEFLAGS -u MAKELEVEL -u MFLAGS cmake --build
+
 build: configure
-	@cmake --build $(BUILD) -j $(JOBS)
+	@$(CMAKE_BUILD) $(BUILD) -j $(JOBS)
 
 test: build
 	@cd $(BUILD) && ctest --output-on-failure -j $(JOBS)
 
-demo: build
+demo: configure
+	@$(CMAKE_BUILD) $(BUILD) -j $(JOBS) --target qorcalc_demo >/dev/null
 	@$(BUILD)/examples/qorcalc_demo
 
 sanitize:
@@ -28,7 +32,7 @@ sanitize:
 bench:
 	@scripts/setup.sh bench
 	@cmake -S . -B build-bench -DQORCALC_BENCH=ON -DQORCALC_TESTS=OFF -DCMAKE_BUILD_TYPE=Release >/dev/null
-	@cmake --build build-bench -j $(JOBS)
+	@$(CMAKE_BUILD) build-bench -j $(JOBS)
 	@for b in build-bench/bench/qorcalc_bench*; do [ -x "$$b" ] && "$$b"; done
 
 clean:

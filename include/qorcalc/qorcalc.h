@@ -10,5 +10,6 @@
 #include <qorcalc/streams.h>
 #include <qorcalc/vek.h>
 #include <qorcalc/window.h>
+#include <qorcalc/cells.h>
 #include <qorcalc/utility.h>
 #include <qorcalc/api.h>
