@@ -10,6 +10,18 @@ namespace {
 
 std::string U8(const CString& s) { return s.ToUtf8(); }
 
+template <class... Args>
+CString f(const char16_t* fmt, const Args&... args) {
+    CString s;
+    s.Format(fmt, args...);
+    return s;
+}
+
+struct FormatCase {
+    CString got;
+    const char* want;
+};
+
 TEST(CString, ClampsPositionsAndCounts) {
     const CString s(u"abcdef");
     struct Case { CString got; const char* want; } cases[] = {
@@ -68,13 +80,7 @@ TEST(CString, Utf8RoundTripAndBadInput) {
 }
 
 TEST(CStringFormat, Directives) {
-    struct Case { CString got; const char* want; };
-    auto f = [](const char16_t* fmt, auto... args) {
-        CString s;
-        s.Format(fmt, args...);
-        return s;
-    };
-    const Case cases[] = {
+    const FormatCase cases[] = {
         {f(u"%d|%5d|%-5d|%05d", 42, -7, 3, -12), "42|   -7|3    |-0012"},
         {f(u"%I64d %I64u", int64_t{-9000000000}, uint64_t{18446744073709551615u}),
          "-9000000000 18446744073709551615"},
@@ -90,13 +96,7 @@ TEST(CStringFormat, Directives) {
 }
 
 TEST(CStringFormat, HostileFormatTextIsLiteral) {
-    struct Case { CString got; const char* want; };
-    auto f = [](const char16_t* fmt, auto... args) {
-        CString s;
-        s.Format(fmt, args...);
-        return s;
-    };
-    const Case cases[] = {
+    const FormatCase cases[] = {
         {f(u"%s %s %s"), "%s %s %s"},                        // no arguments at all
         {f(u"%d then %s", CString(u"t")), "%d then t"},      // wrong type waits for %s
         {f(u"%n%p%*d", 1), "%n%p%*d"},                       // unknown directives

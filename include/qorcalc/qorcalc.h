@@ -12,4 +12,6 @@
 #include <qorcalc/window.h>
 #include <qorcalc/cells.h>
 #include <qorcalc/utility.h>
+#include <qorcalc/pool.h>
+#include <qorcalc/func.h>
 #include <qorcalc/api.h>

@@ -32,7 +32,7 @@ class IStreamInput;
 class IStreamOutput;
 
 // Units of UnitToPixel and PixelToUnit; the screen is taken as 96 pixels per inch.
-enum ENUM_SIZE_SPEC { SIZE_PIXEL = 0, SIZE_MM = 1, SIZE_CM = 2, SIZE_INCH = 3 };
+enum ENUM_SIZE_SPEC : int { SIZE_PIXEL = 0, SIZE_MM = 1, SIZE_CM = 2, SIZE_INCH = 3 };
 
 class QORCALC_API CUtilityCalc {
 public:

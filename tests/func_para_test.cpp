@@ -1,0 +1,133 @@
+// The call record's result setters and number normalisation, and the
+// catalogue item's construction and copy.
+#include <qorcalc/func.h>
+
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <string>
+#include <vector>
+
+namespace {
+
+std::vector<std::string> Texts(const CStringArray& items) {
+    std::vector<std::string> out;
+    for (const CString& s : items) out.push_back(s.ToUtf8());
+    return out;
+}
+
+TEST(CFuncPara, SetResult) {
+    struct IntCase { int n; const char* want; } ints[] = {
+        {-5, "-5"}, {0, "0"}, {INT_MAX, "2147483647"}, {INT_MIN, "-2147483648"},
+    };
+    for (const auto& c : ints) {
+        CFuncPara para;
+        para.SetResult(c.n);
+        EXPECT_EQ(para.m_strResult.ToUtf8(), c.want);
+    }
+    struct DoubleCase { double d; const char* want; } doubles[] = {
+        {2.50, "2.5"}, {100.0, "100"}, {-0.25, "-0.25"}, {1.0 / 3, "0.33333333"}, {0.0, "0"},
+    };
+    for (const auto& c : doubles) {
+        CFuncPara para;
+        para.m_strResult = u"stale";
+        EXPECT_EQ(para.SetResult(c.d), 1);
+        EXPECT_EQ(para.m_strResult.ToUtf8(), c.want) << c.d;
+    }
+}
+
+TEST(CFuncPara, ResetDoubleStringOfResult) {
+    struct Case { const char16_t* result; int status; const char* want; } cases[] = {
+        {u" 2.50 ", 1, "2.5"},
+        {u"-0.0", 1, "0"},
+        {u"1234567890123456789.5", 0, "1234567890123456789.5"},  // 19 digits before the point
+    };
+    for (const auto& c : cases) {
+        CFuncPara para;
+        para.m_strResult = c.result;
+        EXPECT_EQ(para.ResetDoubleString(0), c.status);
+        EXPECT_EQ(para.m_strResult.ToUtf8(), c.want);
+    }
+}
+
+TEST(CFuncPara, ResetDoubleStringOfArguments) {
+    const char16_t* tooLong = u"12345678901234567890";
+    struct Case {
+        std::vector<const char16_t*> args;
+        int status;
+        std::vector<std::string> want;
+    } cases[] = {
+        {{}, 1, {}},
+        {{u"1.0", u"2.50", u"7"}, 1, {"1", "2.5", "7"}},
+        // The failing argument and every later one stay as they were.
+        {{u"1.0", tooLong, u"2.50"}, 0, {"1", "12345678901234567890", "2.50"}},
+        {{tooLong, u"1.0"}, 0, {"12345678901234567890", "1.0"}},
+    };
+    for (const auto& c : cases) {
+        CFuncPara para;
+        for (const char16_t* a : c.args) para.m_arrParas.Add(CString(a));
+        para.m_strResult = u"3.0";
+        EXPECT_EQ(para.ResetDoubleString(1), c.status);
+        EXPECT_EQ(Texts(para.m_arrParas), c.want);
+        EXPECT_EQ(para.m_strResult.ToUtf8(), "3.0");  // the result is not touched
+    }
+}
+
+int FakeImpl(CFuncPara*, int) { return 1; }
+
+TEST(CFuncItem, UsageIdUnlessMinusOne) {
+    struct Case { int usageId; std::vector<uint32_t> ids; } cases[] = {
+        {-1, {}}, {1050, {1050}}, {0, {0}},
+    };
+    for (const auto& c : cases) {
+        const CFuncItem item(u"myFunc", 1200, c.usageId, 6);
+        EXPECT_EQ(item.m_strName.ToUtf8(), "myFunc");
+        EXPECT_EQ(item.m_nDescId, 1200);
+        EXPECT_EQ(item.m_nReturnKind, 6);
+        EXPECT_EQ(item.m_arrUsageIds.Items(), c.ids);
+    }
+    EXPECT_TRUE(CFuncItem(nullptr, 0, -1, 0).m_strName.IsEmpty());
+}
+
+TEST(CFuncItem, CopyTakesEveryField) {
+    CFuncItem from(u"f", 1201, 1300, 1);
+    from.m_nValue64 = -(int64_t{1} << 40);
+    from.m_nCategoryId = 1006;
+    from.m_nValue32 = -3;
+    from.m_pfnCall = FakeImpl;
+    from.m_strCategory = u"cat";
+    from.m_strGroup = u"grp";
+    from.m_strDesc = u"desc";
+    from.m_arrUsage.Add(CString(u"f(x)"));
+    from.m_nFlags = FUNCFLAG_RESTRICTED | FUNCFLAG_EXEMPT;
+    from.m_strText1 = u"t1";
+    from.m_strText2 = u"t2";
+    from.m_mapExtra.SetAt(4, 40);
+
+    CFuncItem to(u"old", 1, 2, 3);
+    to.m_arrUsage.Add(CString(u"old usage"));
+    to.Copy(&from);
+    EXPECT_EQ(to.m_strName.ToUtf8(), "f");
+    EXPECT_EQ(to.m_nValue64, from.m_nValue64);
+    EXPECT_EQ(to.m_nCategoryId, 1006);
+    EXPECT_EQ(to.m_nDescId, 1201);
+    EXPECT_EQ(to.m_nValue32, -3);
+    EXPECT_EQ(to.m_nReturnKind, 1);
+    EXPECT_EQ(to.m_pfnCall, &FakeImpl);
+    EXPECT_EQ(to.m_strCategory.ToUtf8(), "cat");
+    EXPECT_EQ(to.m_strGroup.ToUtf8(), "grp");
+    EXPECT_EQ(to.m_strDesc.ToUtf8(), "desc");
+    EXPECT_EQ(Texts(to.m_arrUsage), std::vector<std::string>{"f(x)"});
+    EXPECT_EQ(to.m_arrUsageIds.Items(), std::vector<uint32_t>{1300});
+    EXPECT_EQ(to.m_nFlags, 3u);
+    EXPECT_EQ(to.m_strText1.ToUtf8(), "t1");
+    EXPECT_EQ(to.m_strText2.ToUtf8(), "t2");
+    uint32_t extra = 0;
+    EXPECT_EQ(to.m_mapExtra.Lookup(4, extra), 1);
+    EXPECT_EQ(extra, 40u);
+
+    to.Copy(nullptr);
+    EXPECT_EQ(to.m_strName.ToUtf8(), "f");
+}
+
+}  // namespace
