@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include "scoped_tz.h"
+
 #include <cmath>
 #include <cstdlib>
 #include <ctime>
@@ -31,26 +33,6 @@ void ExpectStamp(const COleDateTime& d, const Stamp& want, const std::string& la
 }
 
 COleDateTime At(const Stamp& s) { return COleDateTime(s.year, s.month, s.day, s.hour, s.minute, s.second); }
-
-// Sets TZ for the life of the object and restores the previous zone.
-class ScopedTz {
-public:
-    explicit ScopedTz(const char* zone) {
-        if (const char* old = getenv("TZ")) m_old = old;
-        setenv("TZ", zone, 1);
-        tzset();
-    }
-    ~ScopedTz() {
-        if (m_old)
-            setenv("TZ", m_old->c_str(), 1);
-        else
-            unsetenv("TZ");
-        tzset();
-    }
-
-private:
-    std::optional<std::string> m_old;
-};
 
 TEST(COleDateTime, SetDateTimeRoundTripsOverTheRange) {
     struct Case {

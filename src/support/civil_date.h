@@ -11,6 +11,10 @@
 
 namespace qorcalc::support {
 
+// English day names from Sunday and month names from January.
+extern const char16_t* const kDayNames[7];
+extern const char16_t* const kMonthNames[12];
+
 inline constexpr int64_t kSecondsPerDay = 86400;
 // Days from 1899-12-30 to 1970-01-01.
 inline constexpr int64_t kUnixEpochDay = 25569;

@@ -1,9 +1,10 @@
-// The date text helpers of CVek: the XML Schema date-time reader and the
-// splitter of a date text into its numbers.
+// The date text helpers of CVek: the XML Schema date-time reader, the
+// splitter of a date text into its numbers and the date-text test.
 #include "civil_date.h"
 #include "text.h"
 
 #include <qorcalc/datetime.h>
+#include <qorcalc/utility.h>
 #include <qorcalc/vek.h>
 
 #include <cstdint>
@@ -115,4 +116,11 @@ int CVek::ParseDate(const CString& text, CUIntArray& parts) {
         parts.Add(static_cast<uint32_t>(value));
     }
     return parts.GetSize();
+}
+
+// Only a real date counts: an empty or all-zero text, which the date reader
+// accepts as a null date, is no date string.
+int CVek::IsDateString(const char16_t* text, int flag) {
+    COleDateTime date;
+    return CUtilityCalc::String2Time(text, &date, flag) && date.GetStatus() == COleDateTime::valid;
 }

@@ -14,6 +14,16 @@
 
 using namespace qorcalc::support;
 
+namespace qorcalc::support {
+
+const char16_t* const kDayNames[7] = {u"Sunday",   u"Monday", u"Tuesday", u"Wednesday",
+                                      u"Thursday", u"Friday", u"Saturday"};
+const char16_t* const kMonthNames[12] = {u"January", u"February", u"March",     u"April",
+                                         u"May",     u"June",     u"July",      u"August",
+                                         u"September", u"October", u"November", u"December"};
+
+}  // namespace qorcalc::support
+
 namespace {
 
 // Days from 1899-12-30 to the given day; the fields are not checked.  The
@@ -37,11 +47,6 @@ int DaysInMonth(int year, int month) {
     return month == 2 && IsLeapYear(year) ? 29 : kDays[month - 1];
 }
 
-const char16_t* const kDayNames[7] = {u"Sunday",   u"Monday", u"Tuesday", u"Wednesday",
-                                      u"Thursday", u"Friday", u"Saturday"};
-const char16_t* const kMonthNames[12] = {u"January", u"February", u"March",     u"April",
-                                         u"May",     u"June",     u"July",      u"August",
-                                         u"September", u"October", u"November", u"December"};
 
 // The day double as a linear day count: -1.25 (1899-12-29 06:00) is -0.75.
 double ToLinear(double dt) {

@@ -1,0 +1,29 @@
+// What the date, text and number-word built-ins share: the statuses, access
+// to the argument texts of the call record, and the quoted text result.
+#pragma once
+
+#include <qorcalc/func.h>
+#include <qorcalc/utility.h>
+
+namespace qorcalc::builtins {
+
+inline constexpr int kOk = 1;
+inline constexpr int kWrongCount = 0;
+inline constexpr int kBadValue = -1;
+
+// Argument `i` of the call; the caller has checked the count.
+inline const CString& Arg(const CFuncPara* para, int i) { return para->m_arrParas[i]; }
+
+// Argument `i` read as a whole number, or `absent` when the call has fewer.
+inline int IntArg(const CFuncPara* para, int argc, int i, int absent) {
+    return i < argc ? CUtilityCalc::Str2Int(Arg(para, i)) : absent;
+}
+
+// The result becomes `text` in formula quotes.
+inline int SetQuoted(CFuncPara* para, CString text) {
+    CUtilityCalc::Attach_Quotes(text);
+    para->m_strResult = text;
+    return kOk;
+}
+
+}  // namespace qorcalc::builtins

@@ -1,0 +1,184 @@
+// The text built-ins: substrings, search, comparison, case and blank
+// handling, URL encoding, and number, amount and date formatting.
+//
+// Positions are 0-based and counts are read with Str2Int; a negative count
+// fails the call with status 0, a start before the text is raised to 0, and
+// a start or count reaching past the end stops at the end.
+#include "func/builtins/builtins.h"
+#include "func/builtins/call_record.h"
+
+#include <qorcalc/vek.h>
+
+#include <algorithm>
+
+namespace qorcalc::builtins {
+namespace {
+
+// The optional case flag at argument `i`: false when absent.
+bool CaseFlag(const CFuncPara* para, int argc, int i) { return i < argc && CVek::Str2Bool(Arg(para, i)); }
+
+int LeftOrRight(CFuncPara* para, int argc, CString (CString::*take)(int) const) {
+    if (argc != 2) return kWrongCount;
+    const int count = IntArg(para, argc, 1, 0);
+    if (count < 0) return kWrongCount;
+    return SetQuoted(para, (Arg(para, 0).*take)(count));
+}
+
+// The first argument changed by `change`, quoted; no argument gives an
+// empty result.
+template <class Change>
+int ChangeFirst(CFuncPara* para, int argc, Change change) {
+    if (argc < 1) {
+        para->m_strResult.Empty();
+        return kOk;
+    }
+    CString text = Arg(para, 0);
+    change(text);
+    return SetQuoted(para, text);
+}
+
+enum class Ends { Both, Left, Right };
+
+// Blanks, or the characters of the optional second argument, removed at the
+// chosen ends.  An empty set means blanks, as an absent one does.
+int TrimEnds(CFuncPara* para, int argc, Ends ends) {
+    const CString set = argc > 1 ? Arg(para, 1) : CString();
+    return ChangeFirst(para, argc, [&](CString& text) {
+        if (ends != Ends::Right) set.IsEmpty() ? text.TrimLeft() : text.TrimLeft(set);
+        if (ends != Ends::Left) set.IsEmpty() ? text.TrimRight() : text.TrimRight(set);
+    });
+}
+
+int Encode(CFuncPara* para, int argc, int component) {
+    if (argc != 1) return kWrongCount;
+    CString text = Arg(para, 0);
+    CUtilityCalc::EncodeURI(text, component);
+    return SetQuoted(para, text);
+}
+
+// Overwrites text[start, start + count), never past its end, with `fill`
+// repeated from its first character.
+void OverwriteRepeating(CString& text, int start, int count, const CString& fill) {
+    const int end = start + std::min(count, std::max(0, text.GetLength() - start));
+    for (int i = start; i < end; ++i) text.SetAt(i, fill.GetAt((i - start) % fill.GetLength()));
+}
+
+}  // namespace
+
+int Len(CFuncPara* para, int argc) {
+    if (argc != 1) return kWrongCount;
+    para->SetResult(Arg(para, 0).GetLength());
+    return kOk;
+}
+
+int Left(CFuncPara* para, int argc) { return LeftOrRight(para, argc, &CString::Left); }
+int Right(CFuncPara* para, int argc) { return LeftOrRight(para, argc, &CString::Right); }
+
+int Mid(CFuncPara* para, int argc) {
+    if (argc != 3) return kWrongCount;
+    const int start = std::max(0, IntArg(para, argc, 1, 0));
+    const int count = IntArg(para, argc, 2, 0);
+    if (count < 0) return kWrongCount;
+    return SetQuoted(para, Arg(para, 0).Mid(start, count));
+}
+
+// An empty sought text is found at the start itself, as long as the start
+// lies within the text.
+int IndexOf(CFuncPara* para, int argc) {
+    if (argc < 2) return kWrongCount;
+    const int start = IntArg(para, argc, 2, 0);
+    if (start < 0) return kWrongCount;
+    CString text = Arg(para, 0);
+    CString sought = Arg(para, 1);
+    if (!CaseFlag(para, argc, 3)) {
+        text.MakeLower();
+        sought.MakeLower();
+    }
+    if (sought.IsEmpty())
+        para->SetResult(start <= text.GetLength() ? start : -1);
+    else
+        para->SetResult(text.Find(sought, start));
+    return kOk;
+}
+
+// The collation value itself: its sign tells the order.
+int Compare(CFuncPara* para, int argc) {
+    if (argc < 2) return kWrongCount;
+    const CString& a = Arg(para, 0);
+    const CString& b = Arg(para, 1);
+    para->SetResult(CaseFlag(para, argc, 2) ? a.Collate(b) : a.CollateNoCase(b));
+    return kOk;
+}
+
+int EndWith(CFuncPara* para, int argc) {
+    if (argc < 2) return kWrongCount;
+    const CString& text = Arg(para, 0);
+    const CString& suffix = Arg(para, 1);
+    const CString tail = text.Right(suffix.GetLength());
+    const bool ends = suffix.IsEmpty() ||
+                      (text.GetLength() >= suffix.GetLength() &&
+                       (CaseFlag(para, argc, 2) ? tail.Compare(suffix) : tail.CompareNoCase(suffix)) == 0);
+    para->SetResult(ends ? 1 : 0);
+    return kOk;
+}
+
+// The new text overwrites the count in place, repeating to fill it, and the
+// text never grows; an empty new text deletes the count instead.
+int Replace(CFuncPara* para, int argc) {
+    if (argc != 4) return kWrongCount;
+    const int start = std::max(0, IntArg(para, argc, 1, 0));
+    const int count = IntArg(para, argc, 2, 0);
+    if (count < 0) return kWrongCount;
+    CString text = Arg(para, 0);
+    const CString& fill = Arg(para, 3);
+    if (fill.IsEmpty())
+        text.Delete(start, count);
+    else
+        OverwriteRepeating(text, start, count, fill);
+    return SetQuoted(para, text);
+}
+
+int ReplaceAll(CFuncPara* para, int argc) {
+    if (argc != 3) return kWrongCount;
+    CString text = Arg(para, 0);
+    text.Replace(Arg(para, 1), Arg(para, 2));
+    return SetQuoted(para, text);
+}
+
+int ToLowerCase(CFuncPara* para, int argc) {
+    return ChangeFirst(para, argc, [](CString& text) { text.MakeLower(); });
+}
+
+int ToUpperCase(CFuncPara* para, int argc) {
+    return ChangeFirst(para, argc, [](CString& text) { text.MakeUpper(); });
+}
+
+int Trim(CFuncPara* para, int argc) { return TrimEnds(para, argc, Ends::Both); }
+int TrimLeft(CFuncPara* para, int argc) { return TrimEnds(para, argc, Ends::Left); }
+int TrimRight(CFuncPara* para, int argc) { return TrimEnds(para, argc, Ends::Right); }
+
+int EncodeURI(CFuncPara* para, int argc) { return Encode(para, argc, 0); }
+int EncodeURIComponent(CFuncPara* para, int argc) { return Encode(para, argc, 1); }
+
+// An amount the capital-numeral writer cannot take is a bad argument.
+int Rmb(CFuncPara* para, int argc) {
+    if (argc != 1) return kWrongCount;
+    CString amount = Arg(para, 0);
+    return CUtilityCalc::RMB(para->m_strResult, amount, 1) ? kOk : kBadValue;
+}
+
+int FormatNum(CFuncPara* para, int argc) {
+    if (argc < 2) return kWrongCount;
+    CString number = Arg(para, 0);
+    CUtilityCalc::FormatNum(number, Arg(para, 1));
+    return SetQuoted(para, number);
+}
+
+int FormatDate(CFuncPara* para, int argc) {
+    if (argc < 2) return kWrongCount;
+    para->m_strResult = Arg(para, 1);
+    CUtilityCalc::FormatDate(Arg(para, 0), para->m_strResult);
+    return kOk;
+}
+
+}  // namespace qorcalc::builtins
