@@ -23,7 +23,7 @@ TEST(CalcNode, FreshNodeValues) {
         EXPECT_EQ(node.GetValidMask(), 1);
         EXPECT_EQ(node.GetNumber(), c.number);
         CString text;
-        node.GetText(text, 1);
+        node.GetText(text, 0);
         EXPECT_EQ(U8(text), c.text) << int(c.kind);
     }
 }
