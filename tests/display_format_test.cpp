@@ -7,12 +7,11 @@
 
 #include <gtest/gtest.h>
 
+#include "text_helpers.h"
+
 #include <string>
 
 namespace {
-
-CString U(const char* utf8) { return CString::FromUtf8(utf8); }
-std::string U8(const CString& s) { return s.ToUtf8(); }
 
 TEST(DisplayFormat, SepNumber) {
     struct Case {

@@ -6,19 +6,12 @@
 
 #include <gtest/gtest.h>
 
+#include "text_helpers.h"
+
 #include <string>
 #include <vector>
 
 namespace {
-
-CString U(const char* utf8) { return CString::FromUtf8(utf8); }
-std::string U8(const CString& s) { return s.ToUtf8(); }
-
-std::vector<std::string> Items(const CStringArray& a) {
-    std::vector<std::string> out;
-    for (int i = 0; i < a.GetSize(); ++i) out.push_back(U8(a[i]));
-    return out;
-}
 
 TEST(FormulaText, DettachQuotes) {
     struct Case {
@@ -95,15 +88,6 @@ TEST(FormulaText, AttachQuotes) {
     }
 }
 
-TEST(FormulaText, QuotingRoundTrips) {
-    for (const char* text : {"abc", "it's", "a\"b", "12.5", "中文", "x"}) {
-        CString s = U(text);
-        CUtilityCalc::Attach_Quotes(s);
-        CUtilityCalc::Dettach_Quotes(s, nullptr);
-        EXPECT_EQ(U8(s), text);
-    }
-}
-
 struct ParaCase {
     const char* text;
     int remove, trim, result;
@@ -141,12 +125,8 @@ TEST(FormulaText, GetLeftPara) {
             {"a\rb\n", 1, 0, 0, "", "a\rb\n"},
             {"", 1, 1, 0, "", ""},
         },
-        [](CString& line, CString& text, int remove, int trim) {
-            return CUtilityCalc::GetLeftPara(line, text, remove, trim);
-        },
-        [](CString& line, CBuffer& text, int remove, int trim) {
-            return CUtilityCalc::GetLeftPara(line, text, remove, trim);
-        });
+        static_cast<int (*)(CString&, CString&, int, int)>(&CUtilityCalc::GetLeftPara),
+        static_cast<int (*)(CString&, CBuffer&, int, int)>(&CUtilityCalc::GetLeftPara));
 }
 
 TEST(FormulaText, GetRightPara) {
@@ -161,12 +141,8 @@ TEST(FormulaText, GetRightPara) {
             {"\r", 1, 1, 0, "", "\r"},
             {"", 1, 1, 0, "", ""},
         },
-        [](CString& line, CString& text, int remove, int trim) {
-            return CUtilityCalc::GetRightPara(line, text, remove, trim);
-        },
-        [](CString& line, CBuffer& text, int remove, int trim) {
-            return CUtilityCalc::GetRightPara(line, text, remove, trim);
-        });
+        static_cast<int (*)(CString&, CString&, int, int)>(&CUtilityCalc::GetRightPara),
+        static_cast<int (*)(CString&, CMem&, int, int)>(&CUtilityCalc::GetRightPara));
 }
 
 TEST(FormulaText, BufferParaIgnoresAnOddByte) {

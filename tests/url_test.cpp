@@ -4,19 +4,12 @@
 
 #include <gtest/gtest.h>
 
+#include "text_helpers.h"
+
 #include <string>
 #include <vector>
 
 namespace {
-
-CString U(const char* utf8) { return CString::FromUtf8(utf8); }
-std::string U8(const CString& s) { return s.ToUtf8(); }
-
-std::vector<std::string> Items(const CStringArray& a) {
-    std::vector<std::string> out;
-    for (int i = 0; i < a.GetSize(); ++i) out.push_back(U8(a[i]));
-    return out;
-}
 
 CStringArray Array(std::initializer_list<const char*> items) {
     CStringArray a;
@@ -194,15 +187,6 @@ TEST(Url, GenURL) {
         CUtilityCalc::GenURL(out, U(c.base), c.names, c.values, c.keepEmpty);
         EXPECT_EQ(U8(out), c.want) << c.base;
     }
-}
-
-TEST(Url, ParseThenGenRebuildsTheUrl) {
-    const CString url = U("report?id=7&mode=full&flag");
-    CString base, rebuilt;
-    CStringArray names, values;
-    CUtilityCalc::ParseURL(url, base, names, values, 1);
-    CUtilityCalc::GenURL(rebuilt, base, names, values, 1);
-    EXPECT_EQ(U8(rebuilt), U8(url));
 }
 
 }  // namespace
