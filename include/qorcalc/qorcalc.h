@@ -16,3 +16,4 @@
 #include <qorcalc/func.h>
 #include <qorcalc/api.h>
 #include <qorcalc/node.h>
+#include <qorcalc/calc.h>

@@ -1,0 +1,93 @@
+// A host as users write one: it compiles a formula, calculates, answers the
+// names the engine asks for from a table (recording every question), runs
+// the functions the engine hands over, and calculates again.
+#pragma once
+
+#include <qorcalc/qorcalc.h>
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace calctest {
+
+struct Outcome {
+    int code = CALC_ERROR;   // the last result of Calculate (or of Compile: -1)
+    std::string value;       // the root's text, quoted when it is a string
+    int errorCode = 0;       // the calculator's error code
+    int errorPos = -1;       // the compile's error position
+    std::string errorText;   // the last error text
+};
+
+class TestHost {
+public:
+    explicit TestHost(CFuncMnger* mnger = nullptr, void* hostData = nullptr)
+        : m_calc(NewCalc(mnger, hostData)) {}
+
+    // Names and their answers: quoted text, a number, or a formula.
+    std::map<std::string, std::string> names;
+    // Functions the engine cannot run: name -> answer from the argument texts.
+    std::map<std::string, std::function<std::string(const std::vector<std::string>&)>> functions;
+    // Every name and call text asked for, in order.
+    std::vector<std::string> asked;
+
+    ICalc& Calc() { return *m_calc; }
+
+    Outcome Run(const std::string& formula, uint8_t format = 0) {
+        Outcome o;
+        int pos = -1;
+        std::unique_ptr<CCalcNode> root(m_calc->Compile(CString::FromUtf8(formula), &pos));
+        o.errorPos = pos;
+        if (!root) return Finish(o, CALC_ERROR, nullptr);
+        return Drive(o, root.get(), format);
+    }
+
+    Outcome Drive(Outcome& o, CCalcNode* root, uint8_t format = 0) {
+        for (int round = 0; round < 10000; ++round) {
+            CString out;
+            CCalcNode* pending = nullptr;
+            const int code = m_calc->Calculate(root, out, pending, 0, format);
+            if (code != CALC_NEED_NAME && code != CALC_NEED_FUNCTION) return Finish(o, code, root);
+            const std::string question = out.ToUtf8();
+            asked.push_back(question);
+            if (!m_calc->SetTermValue(root, pending, CString::FromUtf8(Answer(code, question))))
+                return Finish(o, CALC_ERROR, root);
+        }
+        return Finish(o, CALC_ERROR, root);
+    }
+
+private:
+    std::string Answer(int code, const std::string& question) {
+        if (code == CALC_NEED_NAME) {
+            auto it = names.find(question);
+            return it == names.end() ? "'?" + question + "'" : it->second;
+        }
+        std::vector<std::string> parts;
+        size_t start = 0;
+        for (size_t cut; (cut = question.find("\r\n", start)) != std::string::npos; start = cut + 2)
+            parts.push_back(question.substr(start, cut - start));
+        parts.push_back(question.substr(start));
+        const std::string name = parts.front();
+        parts.erase(parts.begin());
+        auto it = functions.find(name);
+        return it == functions.end() ? "'?" + name + "'" : it->second(parts);
+    }
+
+    Outcome& Finish(Outcome& o, int code, CCalcNode* root) {
+        o.code = code;
+        if (root && code == CALC_DONE) {
+            CString text;
+            root->GetText(text, 1);
+            o.value = text.ToUtf8();
+        }
+        o.errorCode = m_calc->GetLastErrorCode();
+        o.errorText = CString(GetLastErrorText()).ToUtf8();
+        return o;
+    }
+
+    std::unique_ptr<ICalc> m_calc;
+};
+
+}  // namespace calctest

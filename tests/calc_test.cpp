@@ -1,0 +1,218 @@
+// The calculator end to end, driven the way a host drives it: compile,
+// calculate, answer names and unknown functions, calculate again.
+#include <qorcalc/qorcalc.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+
+#include "calc/calculator.h"
+#include "calc_host.h"
+#include "test_provider.h"
+
+namespace {
+
+using calctest::Outcome;
+using calctest::TestHost;
+
+void AddNames(TestHost& host) {
+    host.names = {{"a", "2"}, {"b", "3"}, {"c", "4"}, {"x", "5"}, {"y", "1"},
+                  {"s", "'abc'"}, {"q", "\"it's\""}, {"e", ""}, {"f1", "b+1"}};
+}
+
+struct ValueCase {
+    const char* formula;
+    const char* value;
+};
+
+void ExpectValues(const std::vector<ValueCase>& cases) {
+    TestProvider provider;
+    for (const auto& c : cases) {
+        TestHost host;
+        AddNames(host);
+        const Outcome o = host.Run(c.formula);
+        EXPECT_EQ(o.code, CALC_DONE) << c.formula << " " << o.errorText;
+        EXPECT_EQ(o.value, c.value) << c.formula;
+    }
+}
+
+TEST(Calculator, Arithmetic) {
+    ExpectValues({
+        {"1+2*3-4/5", "6.2"},         {"(1.5+2.25)*(3-4.5)/7", "-0.80357143"},
+        {"2+3*4", "14"},              {"8/2/2", "2"},
+        {"2-3-4", "-5"},              {"-2*3", "-6"},
+        {"-(2+3)*2", "-10"},          {"2*(-3)", "-6"},
+        {"20000.25+0.5", "20000.75"}, {"99999999999+1", "100000000000"},
+        {"5/0", "∞"},                 {"0/0", "0"},
+        {"a*b+c/2-sqrt(x)", "5.76393202"},
+        {"min(a,b)+max(c,x,y)", "7"}, {"sum(a,b,c,x,y)/5", "3"},
+        {"((((1))))", "1"},           {"", ""},
+    });
+}
+
+TEST(Calculator, ComparisonsAndLogic) {
+    ExpectValues({
+        {"1<-1", "0"},            {"a<b", "1"},           {"a>=b", "0"},
+        {"a!=b", "1"},            {"a==b", "0"},          {"a<>a", "0"},
+        {"0 || 1 && 0", "0"},     {"1 || 0 && 0", "1"},   {"1||0&&0", "1"},
+        {"! 0", "1"},             {"! 1 && 1", "0"},      {"not(a>b)", "1"},
+        {"a>1 and b>1", "1"},     {"a>5 OR b>5", "0"},    {"if(x>3 && y<2, 1, 0)", "1"},
+        {"1+1=2", "1"},           {"'abc'<'abd'", "1"},   {"s='abc'", "1"},
+    });
+}
+
+TEST(Calculator, TextAndMixedValues) {
+    ExpectValues({
+        {"'abc'+1", "'abc1'"},     {"'3'-'1'", "2"},          {"'3'+'1'", "'31'"},
+        {"s+'x'", "'abcx'"},       {"q", "\"it's\""},         {"e", "''"},
+        {"5/0+'z'", "'∞'"},        {"'x'", "'x'"},            {"\"say 'hi'\"", "\"say 'hi'\""},
+        {"abs('word')", "'word'"}, {"s+a", "'abc2'"},
+    });
+}
+
+TEST(Calculator, BuiltInsThroughFormulas) {
+    ExpectValues({
+        {"mod(-6, 3)", "3"},      {"mod(7,3)", "1"},          {"int(-2.3)", "-3"},
+        {"round(2.345, 2)", "2.35"}, {"percent(0.125, 1)", "'12.5%'"},
+        {"if(0.5, 'a', 'b')", "'a'"}, {"if(0, 'a', 'b')", "'b'"},
+        {"pow(-8, 2)", "64"},     {"max(2, 5, 5)", "5"},      {"SUM(1,2)", "3"},
+        {"sum(sum(1,2),3)", "6"}, {"abs(-a)", "2"},
+    });
+}
+
+TEST(Calculator, NamesAnsweredWithFormulasAreConvertedInPlace) {
+    // The answer's text takes the name's place in the formula text: b+1 for
+    // f1 makes f1*2 read as b+1*2.
+    ExpectValues({{"f1", "4"}, {"f1*2", "5"}, {"(f1)*2", "8"}});
+}
+
+TEST(Calculator, IfNeverAsksForThePrunedBranch) {
+    TestProvider provider;
+    struct Case { const char* formula; const char* value; const char* never; } cases[] = {
+        {"if(1, a, zz)", "2", "zz"},
+        {"IF(0, zz, b)", "3", "zz"},
+        {"if('t', zz, b)", "3", "zz"},  // a text condition is false
+        {"if(a>1, b, if(zz, zz, zz))", "3", "zz"},
+        {"if(a<1, if(zz, zz, zz), c)", "4", "zz"},
+    };
+    for (const auto& c : cases) {
+        TestHost host;
+        AddNames(host);
+        const Outcome o = host.Run(c.formula);
+        EXPECT_EQ(o.value, c.value) << c.formula;
+        EXPECT_EQ(std::count(host.asked.begin(), host.asked.end(), c.never), 0) << c.formula;
+    }
+}
+
+TEST(Calculator, UnknownFunctionsGoToTheHost) {
+    TestProvider provider;
+    TestHost host;
+    AddNames(host);
+    host.functions["foo"] = [](const std::vector<std::string>& args) {
+        return std::to_string(args.size()) + "0";
+    };
+    const Outcome o = host.Run("foo(x, 'y', s)+1");
+    EXPECT_EQ(o.value, "31");
+    ASSERT_FALSE(host.asked.empty());
+    EXPECT_EQ(host.asked.back(), "foo\r\n5\r\n'y'\r\n'abc'");
+
+    int pos = 0;
+    std::unique_ptr<CCalcNode> root(host.Calc().Compile(u"bar(x, y)", &pos));
+    ASSERT_TRUE(root);
+    CString out;
+    CCalcNode* pending = nullptr;
+    EXPECT_EQ(host.Calc().Calculate(root.get(), out, pending, 0, 0), CALC_NEED_NAME);
+    EXPECT_EQ(out.ToUtf8(), "x");
+}
+
+TEST(Calculator, FailingFunctionsReport1072) {
+    TestProvider provider;
+    for (const char* formula : {"sqrt(-1)", "sum()", "sum(1, 'x')", "pow(2, -1)", "1+log(0)"}) {
+        TestHost host;
+        const Outcome o = host.Run(formula);
+        EXPECT_EQ(o.code, CALC_ERROR) << formula;
+        EXPECT_EQ(o.errorCode, 1072) << formula;
+        EXPECT_EQ(o.errorText, "E1072:%s") << formula;
+    }
+}
+
+TEST(Calculator, ReductionFailuresReportTheFormula) {
+    TestProvider provider;
+    struct Case { const char* formula; int errorCode; const char* errorText; } cases[] = {
+        {"1<2<3", 1003, "E1003:1<2<3"},
+        {"'a'*2", 1003, "E1003:'a'*2"},
+    };
+    for (const auto& c : cases) {
+        TestHost host;
+        const Outcome o = host.Run(c.formula);
+        EXPECT_EQ(o.code, CALC_ERROR) << c.formula;
+        EXPECT_EQ(o.errorCode, c.errorCode) << c.formula;
+        EXPECT_EQ(o.errorText, c.errorText) << c.formula;
+    }
+}
+
+TEST(Calculator, CompileErrorsGiveTheMessageAndPosition) {
+    TestProvider provider;
+    struct Case { const char* formula; int pos; const char* errorText; } cases[] = {
+        {"1 2", 2, "E1003:1 2"},          {"(1", 0, "E1070:(1"},
+        {"1)", 1, "E1070:1)"},            {"1,2", 1, "E1003:1,2"},
+        {"12a", 2, "E1001:12a"},          {"a b", 2, "E1003:a b"},
+        {"f(1", 3, "E1070:f(1"},          {"f(g(1)", 6, "E1070:f(g(1)"},
+        {"1 +* 2", 3, "E1003:1 +* 2"},    {"()", 0, "E1003:()"},
+        {"a&&", 2, "E1003:a &&"},        {"1e3", 1, "E1001:1e3"},
+        {"_", 0, "E1068:_"},              {"a%b", 1, "E1068:a%b"},
+        {"1_x(2)", 1, "E1001:1_x(2)"},    {"*2", 0, "E1003:*2"},
+        {"a'b'", 1, "E1003:a'b'"},        {"sum(1)x", 6, "E1003:sum(1)x"},
+        {"2*-3", 2, "E1003:2*-3"},        // a minus is unary only first or after a comparison
+    };
+    for (const auto& c : cases) {
+        TestHost host;
+        const Outcome o = host.Run(c.formula);
+        EXPECT_EQ(o.code, CALC_ERROR) << c.formula;
+        EXPECT_EQ(o.errorPos, c.pos) << c.formula;
+        EXPECT_EQ(o.errorText, c.errorText) << c.formula;
+        EXPECT_EQ(o.errorCode, 0) << c.formula;  // conversion failures leave it alone
+    }
+}
+
+TEST(Calculator, MixedTypesFailTheCheckOutsideTheComplexMode) {
+    TestProvider provider;
+    CUtilityCalc::Calc_EnableComplex(0);
+    TestHost host;
+    const Outcome o = host.Run("1+'a'");
+    CUtilityCalc::Calc_EnableComplex(1);
+    EXPECT_EQ(o.code, CALC_ERROR);
+    EXPECT_EQ(o.errorPos, 2);
+    EXPECT_EQ(o.errorText, "E1005:1+'a'");
+}
+
+TEST(Calculator, SpacingOfLogicalOperators) {
+    struct Case { const char* in; const char* out; } cases[] = {
+        {"a||b&&c", "a || b && c"}, {"'x||y'", "'x||y'"}, {"a&b", "a&b"},
+        {"a || b", "a || b"},       {"a|||b", "a || |b"}, {"&&", "&&"},
+        {"\"q'||\"||1", "\"q'||\" || 1"},
+    };
+    for (const auto& c : cases) {
+        CString text = CString::FromUtf8(c.in);
+        qorcalc::calc::SpaceLogicalOperators(text);
+        EXPECT_EQ(text.ToUtf8(), c.out) << c.in;
+    }
+}
+
+TEST(Calculator, OwnsOnlyTheManagerItMade) {
+    CFuncMnger* mine = CFuncMnger::NewFuncMnger();
+    {
+        std::unique_ptr<ICalc> calc(NewCalc(mine, nullptr));
+        EXPECT_EQ(calc->GetFuncMnger(), mine);
+    }
+    EXPECT_EQ(mine->Find(u"sum"), 59);  // still alive after the calculator went
+    delete mine;
+
+    std::unique_ptr<ICalc> calc(NewCalc(nullptr, nullptr));
+    CFuncMnger* made = calc->GetFuncMnger();
+    ASSERT_NE(made, nullptr);
+    EXPECT_EQ(calc->GetFuncMnger(), made);
+}
+
+}  // namespace
