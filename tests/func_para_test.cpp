@@ -41,6 +41,8 @@ TEST(CFuncPara, ResetDoubleStringOfResult) {
         {u" 2.50 ", 1, "2.5"},
         {u"-0.0", 1, "0"},
         {u"1234567890123456789.5", 0, "1234567890123456789.5"},  // 19 digits before the point
+        {u"12abc", 0, "12abc"},                                      // not a number as a whole
+        {u"", 1, ""},
     };
     for (const auto& c : cases) {
         CFuncPara para;
@@ -62,6 +64,9 @@ TEST(CFuncPara, ResetDoubleStringOfArguments) {
         // The failing argument and every later one stay as they were.
         {{u"1.0", tooLong, u"2.50"}, 0, {"1", "12345678901234567890", "2.50"}},
         {{tooLong, u"1.0"}, 0, {"12345678901234567890", "1.0"}},
+        {{u"1.0", u"x"}, 0, {"1", "x"}},
+        {{u"+5"}, 0, {"+5"}},
+        {{u"1,000.50", u"1e3"}, 1, {"1,000.5", "1e3"}},
     };
     for (const auto& c : cases) {
         CFuncPara para;

@@ -10,13 +10,24 @@ int CFuncPara::SetResult(double d) {
 
 void CFuncPara::SetResult(int n) { m_strResult.Format(u"%d", n); }
 
+namespace {
+
+// Rewrites a number text in its canonical form.  0 for a text the number
+// reader does not take whole ("12abc", "x", "+5"; the empty text reads as 0)
+// or whose integer part is too long to keep as a number.
+int NormaliseNumber(CString& text) {
+    return CUtilityCalc::IsConvertAbleNumberString(text, 1) && CUtilityCalc::ResetDoubleString(text);
+}
+
+}  // namespace
+
 int CFuncPara::ResetDoubleString(int bArgs) {
-    if (!bArgs) return CUtilityCalc::ResetDoubleString(m_strResult);
+    if (!bArgs) return NormaliseNumber(m_strResult);
     for (CString& arg : m_arrParas) {
         // Normalised on a copy, so that an argument that fails stays as the
         // caller gave it.
         CString number = arg;
-        if (!CUtilityCalc::ResetDoubleString(number)) return 0;
+        if (!NormaliseNumber(number)) return 0;
         arg = number;
     }
     return 1;

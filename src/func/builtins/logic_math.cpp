@@ -1,9 +1,8 @@
 // The logic and mathematics built-ins.
 //
-// Numeric members first normalise their arguments and compute in doubles.
-// An argument is a number when the number reader takes it whole
-// (IsConvertAbleNumberString with group commas): "12abc", "x" and "+5" give
-// status -1 instead of reading as 12 or 0, while an empty text reads as 0.  A computation whose result is not
+// Numeric members first normalise their arguments (CFuncPara::
+// ResetDoubleString, which refuses "12abc", "x" and "+5" rather than reading
+// them as 12 or 0) and compute in doubles.  A computation whose result is not
 // finite (exp(1000), pow(-8, 0.5), an argument such as 1e999) gives status
 // -1: the engine has no text for infinity or NaN.
 #include "func/builtins/builtins.h"
@@ -28,19 +27,14 @@ constexpr int kBadValue = -1;
 const CString& Arg(const CFuncPara* para, int i) { return para->m_arrParas[i]; }
 double Number(const CFuncPara* para, int i) { return CUtilityCalc::Str2Double(Arg(para, i)); }
 
-bool IsNumber(const CString& text) { return CUtilityCalc::IsConvertAbleNumberString(text, 1) != 0; }
-
 // Rewrites every argument as a canonical number text; false when one is no
 // number.
-bool NormaliseArgs(CFuncPara* para) {
-    const CStringArray& args = para->m_arrParas;
-    return std::all_of(args.begin(), args.end(), IsNumber) && para->ResetDoubleString(1) != 0;
-}
+bool NormaliseArgs(CFuncPara* para) { return para->ResetDoubleString(1) != 0; }
 
 // The result becomes the first argument as a canonical number text.
 bool NormaliseFirstIntoResult(CFuncPara* para) {
     para->m_strResult = Arg(para, 0);
-    return IsNumber(para->m_strResult) && para->ResetDoubleString(0) != 0;
+    return para->ResetDoubleString(0) != 0;
 }
 
 int SetNumber(CFuncPara* para, double value) {
