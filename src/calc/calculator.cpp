@@ -131,8 +131,10 @@ int CCalc::SetTermValue(CCalcNode* root, CCalcNode* term, const CString& valueTe
     }
     CCalcNode* parent = term->GetParent();
     if (!parent) return 1;
+    // The type check writes the failing list's own text only when it fails,
+    // so answering a name costs no formula writing.
     int pos = -1;
-    if (expr::CheckTypes(parent, FormulaOf(parent), pos)) return 1;
+    if (expr::CheckTypes(parent, CString(), pos)) return 1;
     m_nErrorCode = static_cast<int>(expr::kMsgMixedTypes);
     return 0;
 }

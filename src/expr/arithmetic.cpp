@@ -64,6 +64,9 @@ double AddPrecise(double a, double b) {
     if (b == 0) return a;
     if (a > -10000 && a < 10000 && b > -10000 && b < 10000) return a + b;
     if (!(std::fabs(a) < kExactWholeLimit && std::fabs(b) < kExactWholeLimit)) return a + b;
+    // Whole numbers that their text shows in full add exactly as doubles:
+    // the text path would find no fractions and add the same integers.
+    if (a == std::trunc(a) && b == std::trunc(b) && std::fabs(a) < 1e15 && std::fabs(b) < 1e15) return a + b;
     CString wholeA, fractionA, wholeB, fractionB;
     SplitAtPoint(a, wholeA, fractionA);
     SplitAtPoint(b, wholeB, fractionB);

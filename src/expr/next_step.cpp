@@ -117,7 +117,10 @@ Entered Enter(CCalcNode* node, bool chainHasNoIf, std::vector<Frame>& open, CCal
 CCalcNode* NextStep(CCalcNode* root, int& code) {
     code = STEP_NONE;
     if (!root) return nullptr;
-    std::vector<Frame> open;
+    // The walk's stack is kept between rounds: the driver asks once per step,
+    // and a fresh allocation each time would cost more than the walk itself.
+    static thread_local std::vector<Frame> open;
+    open.clear();
     CCalcNode* found = nullptr;
     if (Enter(root, false, open, found, code) == Entered::Found) return found;
     while (!open.empty()) {
