@@ -42,6 +42,7 @@ bool InQuotes(const ConvertSource& src, int pos) {
 }
 
 bool IsOperatorWord(const CString& text) {
+    if (text.GetLength() > 3) return false;  // most words: no comparison at all
     return text.CompareNoCase(u"and") == 0 || text.CompareNoCase(u"or") == 0 ||
            text.CompareNoCase(u"not") == 0 || text == u"&&" || text == u"||" || text == u"!";
 }

@@ -125,10 +125,11 @@ CCalcNode* NextStep(CCalcNode* root, int& code) {
     if (Enter(root, false, open, found, code) == Entered::Found) return found;
     while (!open.empty()) {
         Frame& top = open.back();
-        if (top.next < top.node->GetCount()) {
+        const std::vector<CCalcNode*>& children = top.node->Children();
+        if (top.next < static_cast<int>(children.size())) {
             const int i = top.next++;
             // Below the first child the chain is the parent's, already searched.
-            if (Enter(top.node->GetAt(i), i == 0, open, found, code) == Entered::Found) return found;
+            if (Enter(children[static_cast<size_t>(i)], i == 0, open, found, code) == Entered::Found) return found;
             continue;
         }
         CCalcNode* node = top.node;

@@ -53,13 +53,17 @@ T ParseLeadingInteger(const char16_t* s) {
 
 size_t Len(const char16_t* s) { return s ? std::char_traits<char16_t>::length(s) : 0; }
 
+// ASCII letters map without the locale: names and operator words are
+// ASCII, and their case must not change with a Turkish dotless i.
 char16_t towupper16(char16_t c) {
+    if (c < 0x80) return c >= u'a' && c <= u'z' ? static_cast<char16_t>(c - 32) : c;
     if (c >= 0xD800 && c < 0xE000) return c;
     wint_t u = std::towupper(static_cast<wint_t>(c));
     return u <= 0xFFFF ? static_cast<char16_t>(u) : c;
 }
 
 char16_t towlower16(char16_t c) {
+    if (c < 0x80) return c >= u'A' && c <= u'Z' ? static_cast<char16_t>(c + 32) : c;
     if (c >= 0xD800 && c < 0xE000) return c;
     wint_t l = std::towlower(static_cast<wint_t>(c));
     return l <= 0xFFFF ? static_cast<char16_t>(l) : c;

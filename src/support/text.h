@@ -1,8 +1,9 @@
 // The C runtime's wide-character routines over char16_t text.
 //
 // Ordinal routines (Len, wcscmp16) never depend on the locale.  Case mapping
-// and collation follow the C library's current locale, which the host picks
-// with setlocale.  The digit test accepts ASCII "0".."9" only.  Every routine
+// of non-ASCII characters and collation follow the C library's current
+// locale, which the host picks with setlocale; ASCII letters always map
+// A..Z to a..z.  The digit test accepts ASCII "0".."9" only.  Every routine
 // takes a null pointer as the empty text.
 #pragma once
 
