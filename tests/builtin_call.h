@@ -29,12 +29,13 @@ protected:
         std::string error;
     };
 
-    Outcome Run(const char* name, const std::vector<const char*>& args) {
+    Outcome Run(const char* name, const std::vector<const char*>& args, void* hostData = nullptr) {
         CFuncPara para;
         para.m_strFuncName = CString::FromUtf8(name);
         for (const char* a : args) para.m_arrParas.Add(CString::FromUtf8(a));
+        para.m_pHostData = hostData;
         CVek::Error(u"");
-        const int status = m_mnger->Call(para, 1, -1);
+        const int status = mnger->Call(para, 1, -1);
         return {status, para.m_strResult.ToUtf8(), CString(CVek::GetLastError()).ToUtf8()};
     }
 
@@ -58,7 +59,6 @@ protected:
         for (const auto& c : cases) Check(c);
     }
 
-private:
-    TestProvider m_provider;
-    std::unique_ptr<CFuncMnger> m_mnger{CFuncMnger::NewFuncMnger()};
+    TestProvider provider;
+    std::unique_ptr<CFuncMnger> mnger{CFuncMnger::NewFuncMnger()};
 };
