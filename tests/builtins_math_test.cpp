@@ -4,60 +4,17 @@
 #include <qorcalc/vek.h>
 #include <qorcalc/window.h>
 
-#include "test_provider.h"
+#include "builtin_call.h"
 
-#include <gtest/gtest.h>
-
-#include <memory>
 #include <string>
 #include <vector>
 
 namespace {
 
+using BuiltinsMath = BuiltinCall;
+using Case = BuiltinCase;
+
 std::string U8(const CString& s) { return s.ToUtf8(); }
-
-struct Outcome {
-    int status;
-    std::string result;  // the record's result after the call
-    std::string error;   // the last error after a failure, "" after success
-};
-
-class BuiltinsMath : public ::testing::Test {
-protected:
-    TestProvider provider;
-    std::unique_ptr<CFuncMnger> mnger{CFuncMnger::NewFuncMnger()};
-
-    Outcome Run(const char* name, const std::vector<const char*>& args, void* hostData = nullptr) {
-        CFuncPara para;
-        para.m_strFuncName = CString::FromUtf8(name);
-        for (const char* a : args) para.m_arrParas.Add(CString::FromUtf8(a));
-        para.m_pHostData = hostData;
-        CVek::Error(u"");
-        const int status = mnger->Call(para, 1, -1);
-        return {status, U8(para.m_strResult), U8(CVek::GetLastError())};
-    }
-};
-
-struct Case {
-    const char* name;
-    std::vector<const char*> args;
-    const char* want;  // the quoted or bare result, or the failure text
-};
-
-void Check(const Case& c, const Outcome& got) {
-    std::string call = c.name;
-    for (const char* a : c.args) call += std::string(" ") + a;
-    SCOPED_TRACE(call);
-    const std::string want = c.want;
-    if (want.rfind("E100", 0) == 0) {
-        EXPECT_EQ(got.status, 0);
-        EXPECT_EQ(got.result, "");
-        EXPECT_EQ(got.error, want);
-    } else {
-        EXPECT_EQ(got.status, 1);
-        EXPECT_EQ(got.result, want);
-    }
-}
 
 TEST_F(BuiltinsMath, Quirks) {
     const Case cases[] = {
@@ -119,7 +76,7 @@ TEST_F(BuiltinsMath, Quirks) {
         {"pow", {"-8", "0.5"}, "E1004:pow(-8, 0.5)"},
         {"pow", {"2"}, "E1003:pow(2)"},
     };
-    for (const Case& c : cases) Check(c, Run(c.name, c.args));
+    for (const Case& c : cases) Check(c);
 }
 
 TEST_F(BuiltinsMath, SumsAndOneArgumentFunctions) {
@@ -155,7 +112,7 @@ TEST_F(BuiltinsMath, SumsAndOneArgumentFunctions) {
         {"sumdim", {}, "E1003:sumdim()"},
         {"rand", {"1"}, "E1003:rand(1)"},
     };
-    for (const Case& c : cases) Check(c, Run(c.name, c.args));
+    for (const Case& c : cases) Check(c);
 }
 
 TEST_F(BuiltinsMath, IfPicksByTheFirstValue) {
@@ -173,7 +130,7 @@ TEST_F(BuiltinsMath, IfPicksByTheFirstValue) {
         {"if", {"'1'", "'it''s'", "b"}, "\"it''s\""},
         {"if", {"1", "a"}, "E1003:if(1, a)"},
     };
-    for (const Case& c : cases) Check(c, Run(c.name, c.args));
+    for (const Case& c : cases) Check(c);
 }
 
 TEST_F(BuiltinsMath, RandGivesWholeNumbersBelowAHundred) {

@@ -133,9 +133,9 @@ public:
 
     // Calls the function named in `para` (index -1) or the built-in `index`
     // (0..65; any other index is looked up by name as -1 is).  Returns an
-    // ENUM_CALL_STATUS.  A built-in that has no implementation yet is handled
-    // like a host item without one: -1 with an empty last error, so that the
-    // calculator hands the call to the host.  With `bCheck` set, a restricted
+    // ENUM_CALL_STATUS.  A host item without an implementation gives -1 with
+    // an empty last error, so that the calculator hands the call to the host.
+    // With `bCheck` set, a restricted
     // host item (flag bit 0 without bit 1) is refused while
     // m_bPermitRestricted is 0.
     virtual int Call(CFuncPara& para, int bCheck, int index);

@@ -50,69 +50,69 @@ constexpr std::array<Descriptor, kBuiltinCount> kDescriptors{{
     {1007, 1015, 1057, 6, Abs},         // abs
     {1007, 1012, 1056, 6, Average},     // average
     {1007, 1020, 1057, 2, Ceil},        // ceil
-    {1008, 1111, 1113, 1, nullptr},     // chineseBankDate
-    {1008, 1114, 1113, 1, nullptr},     // chineseDate
-    {1008, 1037, 631, 1, nullptr},      // chineseNum
-    {1008, 1141, 1143, 2, nullptr},     // compare
-    {1009, 1054, 1059, 2, nullptr},     // compareDate
-    {1009, 1045, 1064, 4, nullptr},     // dateAddDays
-    {1009, 1046, 1064, 3, nullptr},     // dateAddHours
-    {1009, 1047, 1064, 3, nullptr},     // dateAddMinutes
-    {1009, 1044, 1064, 4, nullptr},     // dateAddMonths
-    {1009, 1043, 1064, 4, nullptr},     // dateAddYears
-    {1009, 1040, 1064, 2, nullptr},     // dateDifDays
-    {1009, 1041, 1064, 2, nullptr},     // dateDifHours
-    {1009, 1042, 1064, 2, nullptr},     // dateDifMinutes
-    {1009, 1039, 1064, 2, nullptr},     // dateDifMonths
-    {1009, 1038, 1064, 2, nullptr},     // dateDifYears
-    {1008, 1146, 1057, 1, nullptr},     // encodeURI
-    {1008, 1147, 1057, 1, nullptr},     // encodeURIComponent
-    {1008, 1140, 1142, 2, nullptr},     // endWith
-    {1008, 1108, 1057, 1, nullptr},     // englishNum
+    {1008, 1111, 1113, 1, ChineseBankDate}, // chineseBankDate
+    {1008, 1114, 1113, 1, ChineseDate}, // chineseDate
+    {1008, 1037, 631, 1, ChineseNum},   // chineseNum
+    {1008, 1141, 1143, 2, Compare},     // compare
+    {1009, 1054, 1059, 2, CompareDate}, // compareDate
+    {1009, 1045, 1064, 4, DateAddDays}, // dateAddDays
+    {1009, 1046, 1064, 3, DateAddHours}, // dateAddHours
+    {1009, 1047, 1064, 3, DateAddMinutes}, // dateAddMinutes
+    {1009, 1044, 1064, 4, DateAddMonths}, // dateAddMonths
+    {1009, 1043, 1064, 4, DateAddYears}, // dateAddYears
+    {1009, 1040, 1064, 2, DateDifDays}, // dateDifDays
+    {1009, 1041, 1064, 2, DateDifHours}, // dateDifHours
+    {1009, 1042, 1064, 2, DateDifMinutes}, // dateDifMinutes
+    {1009, 1039, 1064, 2, DateDifMonths}, // dateDifMonths
+    {1009, 1038, 1064, 2, DateDifYears}, // dateDifYears
+    {1008, 1146, 1057, 1, EncodeURI},   // encodeURI
+    {1008, 1147, 1057, 1, EncodeURIComponent}, // encodeURIComponent
+    {1008, 1140, 1142, 2, EndWith},     // endWith
+    {1008, 1108, 1057, 1, EnglishNum},  // englishNum
     {1007, 1022, 1057, 6, Exp},         // exp
-    {1009, 653, 1057, 3, nullptr},      // firstDateOfMonth
-    {1009, 654, 1057, 3, nullptr},      // firstDateOfSeason
-    {1009, 655, 1057, 3, nullptr},      // firstDateOfYear
+    {1009, 653, 1057, 3, FirstDateOfMonth}, // firstDateOfMonth
+    {1009, 654, 1057, 3, FirstDateOfSeason}, // firstDateOfSeason
+    {1009, 655, 1057, 3, FirstDateOfYear}, // firstDateOfYear
     {1007, 1019, 1057, 2, Floor},       // floor
-    {1008, 1110, 1112, 1, nullptr},     // formatDate
-    {1008, 1264, 1265, 1, nullptr},     // formatNum
-    {1009, 1050, 1057, 2, nullptr},     // getDay
-    {1009, 1051, 1057, 2, nullptr},     // getHour
-    {1009, 1052, 1057, 2, nullptr},     // getMinute
-    {1009, 1049, 1057, 2, nullptr},     // getMonth
-    {1009, 1048, 1057, 2, nullptr},     // getYear
+    {1008, 1110, 1112, 1, FormatDate},  // formatDate
+    {1008, 1264, 1265, 1, FormatNum},   // formatNum
+    {1009, 1050, 1057, 2, GetDay},      // getDay
+    {1009, 1051, 1057, 2, GetHour},     // getHour
+    {1009, 1052, 1057, 2, GetMinute},   // getMinute
+    {1009, 1049, 1057, 2, GetMonth},    // getMonth
+    {1009, 1048, 1057, 2, GetYear},     // getYear
     {1006, 1010, 1055, 0, If},          // if
-    {1008, 1119, 1120, 1, nullptr},     // indexOf
+    {1008, 1119, 1120, 1, IndexOf},     // indexOf
     {1007, 1018, 1057, 2, Int},         // int
     {1006, 1144, 1145, 1, Js},          // js
-    {1009, 656, 1057, 3, nullptr},      // lastDateOfMonth
-    {1009, 657, 1057, 3, nullptr},      // lastDateOfSeason
-    {1009, 658, 1057, 3, nullptr},      // lastDateOfYear
-    {1008, 1029, 1061, 1, nullptr},     // left
-    {1008, 1027, 1057, 2, nullptr},     // len
+    {1009, 656, 1057, 3, LastDateOfMonth}, // lastDateOfMonth
+    {1009, 657, 1057, 3, LastDateOfSeason}, // lastDateOfSeason
+    {1009, 658, 1057, 3, LastDateOfYear}, // lastDateOfYear
+    {1008, 1029, 1061, 1, Left},        // left
+    {1008, 1027, 1057, 2, Len},         // len
     {1007, 1024, 1057, 6, Log},         // log
     {1007, 1025, 1057, 6, Log10},       // log10
     {1007, 1013, 1056, 6, Max},         // max
-    {1008, 1033, 1062, 1, nullptr},     // mid
+    {1008, 1033, 1062, 1, Mid},         // mid
     {1007, 1014, 1056, 6, Min},         // min
     {1007, 1017, 1059, 6, Mod},         // mod
-    {1009, 1053, 1065, 3, nullptr},     // now
+    {1009, 1053, 1065, 3, Now},         // now
     {1007, 1115, 1058, 6, Percent},     // percent
     {1007, 1026, 1060, 6, Pow},         // pow
     {1007, 1023, 65535, 6, Rand},       // rand
-    {1008, 1035, 1063, 1, nullptr},     // replace
-    {1008, 1035, 1293, 1, nullptr},     // replaceAll
-    {1008, 1031, 1061, 1, nullptr},     // right
-    {1008, 1107, 1057, 1, nullptr},     // RMB
+    {1008, 1035, 1063, 1, Replace},     // replace
+    {1008, 1035, 1293, 1, ReplaceAll},  // replaceAll
+    {1008, 1031, 1061, 1, Right},       // right
+    {1008, 1107, 1057, 1, Rmb},         // RMB
     {1007, 1016, 1058, 6, Round},       // round
     {1007, 1021, 1057, 6, Sqrt},        // sqrt
     {1007, 1011, 1056, 6, Sum},         // sum
     {1007, 1295, 1056, 1, SumDim},      // sumdim
-    {1008, 1220, 1057, 1, nullptr},     // toLowerCase
-    {1008, 1219, 1057, 1, nullptr},     // toUpperCase
-    {1008, 1244, 1247, 1, nullptr},     // trim
-    {1008, 1245, 1247, 1, nullptr},     // trimLeft
-    {1008, 1246, 1247, 1, nullptr},     // trimRight
+    {1008, 1220, 1057, 1, ToLowerCase}, // toLowerCase
+    {1008, 1219, 1057, 1, ToUpperCase}, // toUpperCase
+    {1008, 1244, 1247, 1, Trim},        // trim
+    {1008, 1245, 1247, 1, TrimLeft},    // trimLeft
+    {1008, 1246, 1247, 1, TrimRight},   // trimRight
 }};
 
 struct Catalogue {

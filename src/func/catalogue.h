@@ -26,7 +26,7 @@ struct CatalogueEntry {
     int32_t descId;           // message id of the description
     int32_t usageId;          // message id of the usage line; -1: none
     uint8_t kind;             // return kind: 0 any, 1 text, 2 whole, 3 date-time, 4 date, 6 number
-    builtins::BuiltinFn fn;   // null until the function is implemented
+    builtins::BuiltinFn fn;   // the implementation, never null
 };
 
 // Called by every manager constructor: builds the catalogue unless it is

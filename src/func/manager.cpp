@@ -115,10 +115,6 @@ int CFuncMnger::Call(CFuncPara& para, int bCheck, int index) {
     if (index < 0 || index >= kBuiltinCount) index = FindBuiltin(name);
     if (index >= 0) {
         const CatalogueEntry& e = BuiltinAt(index);
-        if (!e.fn) {
-            CVek::Error(u"");
-            return CALL_NOT_FOUND;
-        }
         return qorcalc::func::Invoke(para, e.fn, e.kind);
     }
 
