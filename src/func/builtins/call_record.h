@@ -1,4 +1,4 @@
-// What the date, text and number-word built-ins share: the statuses, access
+// What the built-ins share: the statuses, access
 // to the argument texts of the call record, and the quoted text result.
 #pragma once
 

@@ -6,6 +6,7 @@
 // finite (exp(1000), pow(-8, 0.5), an argument such as 1e999) gives status
 // -1: the engine has no text for infinity or NaN.
 #include "func/builtins/builtins.h"
+#include "func/builtins/call_record.h"
 
 #include <qorcalc/func.h>
 #include <qorcalc/utility.h>
@@ -20,11 +21,6 @@
 namespace qorcalc::builtins {
 namespace {
 
-constexpr int kOk = 1;
-constexpr int kWrongCount = 0;
-constexpr int kBadValue = -1;
-
-const CString& Arg(const CFuncPara* para, int i) { return para->m_arrParas[i]; }
 double Number(const CFuncPara* para, int i) { return CUtilityCalc::Str2Double(Arg(para, i)); }
 
 // Rewrites every argument as a canonical number text; false when one is no
