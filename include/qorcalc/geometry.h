@@ -28,7 +28,7 @@ public:
     CPoint(int32_t px, int32_t py) : POINT{px, py} {}
     CPoint(const POINT& p) : POINT(p) {}
     void Offset(int32_t dx, int32_t dy) { x += dx, y += dy; }
-    bool operator==(const POINT& p) const { return x == p.x && y == p.y; }
+    bool operator==(const CPoint& p) const { return x == p.x && y == p.y; }
 };
 
 class CSize : public SIZE {
@@ -36,7 +36,7 @@ public:
     CSize() : SIZE{0, 0} {}
     CSize(int32_t w, int32_t h) : SIZE{w, h} {}
     CSize(const SIZE& s) : SIZE(s) {}
-    bool operator==(const SIZE& s) const { return cx == s.cx && cy == s.cy; }
+    bool operator==(const CSize& s) const { return cx == s.cx && cy == s.cy; }
 };
 
 class CRect : public RECT {
@@ -51,7 +51,7 @@ public:
     CPoint BottomRight() const { return CPoint(right, bottom); }
     void OffsetRect(int32_t dx, int32_t dy) { left += dx, right += dx, top += dy, bottom += dy; }
     bool PtInRect(const POINT& p) const { return p.x >= left && p.x < right && p.y >= top && p.y < bottom; }
-    bool operator==(const RECT& r) const {
+    bool operator==(const CRect& r) const {
         return left == r.left && top == r.top && right == r.right && bottom == r.bottom;
     }
 };

@@ -17,7 +17,7 @@ namespace {
 
 constexpr int kMaxField = 4096;
 
-struct Spec {
+struct Directive {
     bool left = false, plus = false, space = false, zero = false, alt = false;
     int width = 0;
     int precision = -1;
@@ -25,19 +25,19 @@ struct Spec {
 };
 
 // Pads `body` (already holding its sign or prefix at the front, of length
-// `prefix`) to the spec's width.
-void Emit(std::u16string& out, const Spec& spec, std::u16string_view body, size_t prefix,
+// `prefix`) to the directive's width.
+void Emit(std::u16string& out, const Directive& dir, std::u16string_view body, size_t prefix,
           bool numeric) {
-    const size_t width = static_cast<size_t>(spec.width);
+    const size_t width = static_cast<size_t>(dir.width);
     if (body.size() >= width) {
         out.append(body);
         return;
     }
     const size_t pad = width - body.size();
-    if (spec.left) {
+    if (dir.left) {
         out.append(body);
         out.append(pad, u' ');
-    } else if (spec.zero && numeric) {
+    } else if (dir.zero && numeric) {
         out.append(body.substr(0, prefix));
         out.append(pad, u'0');
         out.append(body.substr(prefix));
@@ -47,80 +47,80 @@ void Emit(std::u16string& out, const Spec& spec, std::u16string_view body, size_
     }
 }
 
-void FormatInteger(std::u16string& out, const Spec& spec, bool negative, uint64_t magnitude) {
+void FormatInteger(std::u16string& out, const Directive& dir, bool negative, uint64_t magnitude) {
     char digits[80];
-    const int base = (spec.type == u'x' || spec.type == u'X') ? 16 : 10;
+    const int base = (dir.type == u'x' || dir.type == u'X') ? 16 : 10;
     auto res = std::to_chars(digits, digits + sizeof digits, magnitude, base);
     std::u16string body;
     if (negative)
         body.push_back(u'-');
-    else if (spec.plus && base == 10)
+    else if (dir.plus && base == 10)
         body.push_back(u'+');
-    else if (spec.space && base == 10)
+    else if (dir.space && base == 10)
         body.push_back(u' ');
-    if (spec.alt && base == 16 && magnitude != 0) body.append(spec.type == u'X' ? u"0X" : u"0x");
+    if (dir.alt && base == 16 && magnitude != 0) body.append(dir.type == u'X' ? u"0X" : u"0x");
     const size_t prefix = body.size();
     const size_t n = static_cast<size_t>(res.ptr - digits);
-    if (spec.precision >= 0 && static_cast<size_t>(spec.precision) > n)
-        body.append(static_cast<size_t>(spec.precision) - n, u'0');
-    if (!(spec.precision == 0 && magnitude == 0)) {
+    if (dir.precision >= 0 && static_cast<size_t>(dir.precision) > n)
+        body.append(static_cast<size_t>(dir.precision) - n, u'0');
+    if (!(dir.precision == 0 && magnitude == 0)) {
         for (size_t i = 0; i < n; ++i)
-            body.push_back(spec.type == u'X' ? static_cast<char16_t>(std::toupper(digits[i]))
+            body.push_back(dir.type == u'X' ? static_cast<char16_t>(std::toupper(digits[i]))
                                              : static_cast<char16_t>(digits[i]));
     }
-    Emit(out, spec, body, prefix, spec.precision < 0);
+    Emit(out, dir, body, prefix, dir.precision < 0);
 }
 
-void FormatDouble(std::u16string& out, const Spec& spec, double v) {
-    const int precision = spec.precision < 0 ? 6 : spec.precision;
+void FormatDouble(std::u16string& out, const Directive& dir, double v) {
+    const int precision = dir.precision < 0 ? 6 : dir.precision;
     std::u16string body;
     if (std::signbit(v) && !std::isnan(v))
         body.push_back(u'-');
-    else if (spec.plus)
+    else if (dir.plus)
         body.push_back(u'+');
-    else if (spec.space)
+    else if (dir.space)
         body.push_back(u' ');
     const size_t prefix = body.size();
     const double a = std::fabs(v);
     if (!std::isfinite(a)) {
         body.append(std::isnan(a) ? u"nan" : u"inf");
-        Emit(out, spec, body, prefix, false);
+        Emit(out, dir, body, prefix, false);
         return;
     }
-    const std::chars_format fmt = spec.type == u'e' || spec.type == u'E' ? std::chars_format::scientific
-                                  : spec.type == u'g' || spec.type == u'G' ? std::chars_format::general
+    const std::chars_format fmt = dir.type == u'e' || dir.type == u'E' ? std::chars_format::scientific
+                                  : dir.type == u'g' || dir.type == u'G' ? std::chars_format::general
                                                                            : std::chars_format::fixed;
     std::string buf(330 + static_cast<size_t>(precision), '\0');
     auto res = std::to_chars(buf.data(), buf.data() + buf.size(), a, fmt,
                              (fmt == std::chars_format::general && precision == 0) ? 1 : precision);
     for (char* p = buf.data(); p < res.ptr; ++p) {
         char c = *p;
-        if (spec.type == u'E' || spec.type == u'G') c = static_cast<char>(std::toupper(c));
+        if (dir.type == u'E' || dir.type == u'G') c = static_cast<char>(std::toupper(c));
         body.push_back(static_cast<unsigned char>(c));
     }
-    Emit(out, spec, body, prefix, true);
+    Emit(out, dir, body, prefix, true);
 }
 
 // Parses one directive starting after its "%"; returns the position after
 // it, or nullptr when the text is not a directive we know.
-const char16_t* ParseSpec(const char16_t* p, Spec& spec) {
+const char16_t* ParseDirective(const char16_t* p, Directive& dir) {
     for (;; ++p) {
-        if (*p == u'-') spec.left = true;
-        else if (*p == u'+') spec.plus = true;
-        else if (*p == u' ') spec.space = true;
-        else if (*p == u'0') spec.zero = true;
-        else if (*p == u'#') spec.alt = true;
+        if (*p == u'-') dir.left = true;
+        else if (*p == u'+') dir.plus = true;
+        else if (*p == u' ') dir.space = true;
+        else if (*p == u'0') dir.zero = true;
+        else if (*p == u'#') dir.alt = true;
         else break;
     }
     for (; *p >= u'0' && *p <= u'9'; ++p) {
-        spec.width = spec.width * 10 + (*p - u'0');
-        if (spec.width > kMaxField) return nullptr;
+        dir.width = dir.width * 10 + (*p - u'0');
+        if (dir.width > kMaxField) return nullptr;
     }
     if (*p == u'.') {
-        spec.precision = 0;
+        dir.precision = 0;
         for (++p; *p >= u'0' && *p <= u'9'; ++p) {
-            spec.precision = spec.precision * 10 + (*p - u'0');
-            if (spec.precision > kMaxField) return nullptr;
+            dir.precision = dir.precision * 10 + (*p - u'0');
+            if (dir.precision > kMaxField) return nullptr;
         }
     }
     if (p[0] == u'I' && p[1] == u'6' && p[2] == u'4') p += 3;
@@ -130,7 +130,7 @@ const char16_t* ParseSpec(const char16_t* p, Spec& spec) {
     switch (*p) {
         case u'd': case u'i': case u'u': case u'x': case u'X': case u'c':
         case u's': case u'S': case u'f': case u'F': case u'e': case u'E': case u'g': case u'G':
-            spec.type = *p;
+            dir.type = *p;
             return p + 1;
         default:
             return nullptr;
@@ -138,17 +138,17 @@ const char16_t* ParseSpec(const char16_t* p, Spec& spec) {
 }
 
 // Fills one directive from `arg`; false when the argument does not fit it.
-bool Fill(std::u16string& out, const Spec& spec, const FormatArg& arg) {
-    switch (spec.type) {
+bool Fill(std::u16string& out, const Directive& dir, const FormatArg& arg) {
+    switch (dir.type) {
         case u'd': case u'i': case u'u': case u'x': case u'X': {
             if (arg.kind == FormatArg::Int) {
-                const bool neg = arg.i < 0 && (spec.type == u'd' || spec.type == u'i');
+                const bool neg = arg.i < 0 && (dir.type == u'd' || dir.type == u'i');
                 const uint64_t mag = neg ? 0 - static_cast<uint64_t>(arg.i) : static_cast<uint64_t>(arg.i);
-                FormatInteger(out, spec, neg, mag);
+                FormatInteger(out, dir, neg, mag);
             } else if (arg.kind == FormatArg::UInt) {
-                FormatInteger(out, spec, false, arg.u);
+                FormatInteger(out, dir, false, arg.u);
             } else if (arg.kind == FormatArg::Char) {
-                FormatInteger(out, spec, false, arg.c);
+                FormatInteger(out, dir, false, arg.c);
             } else {
                 return false;
             }
@@ -159,20 +159,20 @@ bool Fill(std::u16string& out, const Spec& spec, const FormatArg& arg) {
             if (arg.kind == FormatArg::Char) c = arg.c;
             else if (arg.kind == FormatArg::Int || arg.kind == FormatArg::UInt) c = static_cast<char16_t>(arg.u);
             else return false;
-            Emit(out, spec, std::u16string_view(&c, 1), 0, false);
+            Emit(out, dir, std::u16string_view(&c, 1), 0, false);
             return true;
         }
         case u's': case u'S': {
             if (arg.kind != FormatArg::Str) return false;
             std::u16string_view s = arg.s;
-            if (spec.precision >= 0 && static_cast<size_t>(spec.precision) < s.size())
-                s = s.substr(0, static_cast<size_t>(spec.precision));
-            Emit(out, spec, s, 0, false);
+            if (dir.precision >= 0 && static_cast<size_t>(dir.precision) < s.size())
+                s = s.substr(0, static_cast<size_t>(dir.precision));
+            Emit(out, dir, s, 0, false);
             return true;
         }
         default: {
             if (arg.kind != FormatArg::Double) return false;
-            FormatDouble(out, spec, arg.d);
+            FormatDouble(out, dir, arg.d);
             return true;
         }
     }
@@ -194,9 +194,9 @@ void FormatInto(std::u16string& out, const char16_t* fmt, const FormatArg* args,
             p += 2;
             continue;
         }
-        Spec spec;
-        const char16_t* end = ParseSpec(p + 1, spec);
-        if (end && next < count && Fill(out, spec, args[next])) {
+        Directive dir;
+        const char16_t* end = ParseDirective(p + 1, dir);
+        if (end && next < count && Fill(out, dir, args[next])) {
             ++next;
             p = end;
             continue;
