@@ -157,7 +157,8 @@ bool Fill(std::u16string& out, const Directive& dir, const FormatArg& arg) {
         case u'c': {
             char16_t c;
             if (arg.kind == FormatArg::Char) c = arg.c;
-            else if (arg.kind == FormatArg::Int || arg.kind == FormatArg::UInt) c = static_cast<char16_t>(arg.u);
+            else if (arg.kind == FormatArg::Int) c = static_cast<char16_t>(arg.i);
+            else if (arg.kind == FormatArg::UInt) c = static_cast<char16_t>(arg.u);
             else return false;
             Emit(out, dir, std::u16string_view(&c, 1), 0, false);
             return true;
