@@ -9,6 +9,7 @@
 #include "text_helpers.h"
 
 #include <climits>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -185,10 +186,8 @@ TEST(CRowCols, SizesOffsetAndInflateStayInRange) {
         {{2, 3, 4, 9}, 3, 7}, {{3, 3, 3, 3}, 1, 1}, {{-1, 0, 9, 9}, 0, 0}, {{5, 5, 2, 2}, -2, -2},
         {{0, 0, INT_MAX, INT_MAX}, INT_MAX, INT_MAX}, {{INT_MAX, INT_MAX, INT_MIN, INT_MIN}, INT_MIN, INT_MIN},
     };
-    for (const auto& s : sizes) {
-        EXPECT_EQ(Range(s.range).GetRows(), s.rows);
-        EXPECT_EQ(Range(s.range).GetCols(), s.cols);
-    }
+    for (const auto& s : sizes)
+        EXPECT_EQ(std::pair(Range(s.range).GetRows(), Range(s.range).GetCols()), std::pair(s.rows, s.cols));
     CRowCols r(1, 2, 3, 4);
     r.Offset(10, -1);
     EXPECT_EQ(Of(r), (Corners{11, 1, 13, 3}));
