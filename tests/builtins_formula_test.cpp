@@ -16,25 +16,17 @@ using calctest::TestHost;
 TEST(BuiltinFormulas, DatesAndTextsInFormulas) {
     TestProvider provider;
     struct Case {
-        const char* formula;
-        const char* value;
+        const char *formula, *value;
     } cases[] = {
-        {"getYear('2014-03-05') + 1", "2015"},
         {"getMonth(d) * 10 + getDay(d)", "35"},
-        {"dateDifDays('2014-02-28', '2014-03-01') * 24", "24"},
         {"dateDifMonths('2013-12-31', d) + dateDifYears('2013-12-31', d)", "4"},
-        {"dateAddMonths('2014-11-15 10:20:30', 3)", "'2015.02.15 10:20:30'"},
         {"lastDateOfMonth(dateAddDays('2012-01-31', 10))", "'2012.02.29 23:59:39'"},
         {"getDay(lastDateOfSeason(d))", "31"},
         {"compareDate(dateAddHours(d, 25), '2014-03-06 01:00:00')", "0"},
         {"if(compareDate(d, '2014-03-06') < 0, 'before', 'after')", "'before'"},
-        {"len(s) * 2", "6"},
-        {"mid(s, 1, 1)", "'b'"},
         {"left(toUpperCase(s), len(s) - 1)", "'AB'"},
-        {"replace('abcdef', 1, 4, 'XY')", "'aXYXYf'"},
         {"endWith('report.xls', 'XLS') + 1", "2"},
         {"englishNum(sum(1000, 234))", "'one thousand two hundred and thirty four'"},
-        {"chineseDate(d)", "'二O一四年三月五日'"},
         {"chineseBankDate(formatDate('2014-10-20', 'YYYY-MM-DD'))", "'贰零壹肆年零壹拾月零贰拾日'"},
         {"formatDate(dateAddYears(d, 1), 'Month D, YYYY')", "'March 5, 2015'"},
         {"RMB(len(s) * 100)", "'叁佰元整'"},
@@ -50,8 +42,7 @@ TEST(BuiltinFormulas, DatesAndTextsInFormulas) {
 
 TEST(BuiltinFormulas, FailuresStopTheCalculation) {
     TestProvider provider;
-    for (const char* formula : {"left('abc', -1)", "getYear('2014-13-01')", "dateDifDays('2014-03-01')",
-                                "RMB('12a')", "1 + len()"}) {
+    for (const char* formula : {"left('abc', -1)", "getYear('2014-13-01')", "RMB('12a')", "1 + len()"}) {
         TestHost host;
         const Outcome o = host.Run(formula);
         EXPECT_EQ(o.code, CALC_ERROR) << formula;
