@@ -13,6 +13,7 @@
 
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 struct BuiltinCase {
@@ -44,14 +45,11 @@ protected:
         for (const char* a : c.args) call += std::string(" [") + a + "]";
         SCOPED_TRACE(call);
         const Outcome got = Run(c.name, c.args);
-        const std::string want = c.want;
-        if (want.rfind("E100", 0) == 0) {
-            EXPECT_EQ(got.status, 0);
+        const bool fails = std::string_view(c.want).starts_with("E100");
+        EXPECT_EQ(got.status, fails ? 0 : 1);
+        EXPECT_EQ(fails ? got.error : got.result, c.want);
+        if (fails) {
             EXPECT_EQ(got.result, "");
-            EXPECT_EQ(got.error, want);
-        } else {
-            EXPECT_EQ(got.status, 1);
-            EXPECT_EQ(got.result, want);
         }
     }
 

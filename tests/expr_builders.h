@@ -66,4 +66,21 @@ inline std::string Formula(CCalcNode* node) {
     return U8(out);
 }
 
+inline std::string Text(CCalcNode* node, int quote) {
+    CString out;
+    node->GetText(out, quote);
+    return U8(out);
+}
+
+// `depth` groups nested in one another around the list 1 + 2; `innermost`
+// receives that list.
+inline std::unique_ptr<CCalcNode> NestedGroups(int depth, CCalcNode** innermost = nullptr) {
+    auto root = Root();
+    CCalcNode* list = root.get();
+    for (int i = 0; i < depth; ++i) list = AddChild(list, NodeGroup);
+    AddTokens(list, "1 + 2");
+    if (innermost) *innermost = list;
+    return root;
+}
+
 }  // namespace exprtest

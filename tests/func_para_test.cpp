@@ -17,9 +17,7 @@ std::vector<std::string> Texts(const CStringArray& items) {
 }
 
 TEST(CFuncPara, SetResult) {
-    struct IntCase { int n; const char* want; } ints[] = {
-        {-5, "-5"}, {0, "0"}, {INT_MAX, "2147483647"}, {INT_MIN, "-2147483648"},
-    };
+    struct IntCase { int n; const char* want; } ints[] = {{-5, "-5"}, {INT_MAX, "2147483647"}, {INT_MIN, "-2147483648"}};
     for (const auto& c : ints) {
         CFuncPara para;
         para.SetResult(c.n);
@@ -36,34 +34,23 @@ TEST(CFuncPara, SetResult) {
     }
 }
 
-TEST(CFuncPara, ResetDoubleStringOfResult) {
-    struct Case { const char16_t* result; int status; const char* want; } cases[] = {
-        {u" 2.50 ", 1, "2.5"},
-        {u"-0.0", 1, "0"},
+TEST(CFuncPara, ResetDoubleString) {
+    struct ResultCase { const char16_t* result; int status; const char* want; } results[] = {
+        {u" 2.50 ", 1, "2.5"}, {u"-0.0", 1, "0"}, {u"", 1, ""}, {u"12abc", 0, "12abc"},
         {u"1234567890123456789.5", 0, "1234567890123456789.5"},  // 19 digits before the point
-        {u"12abc", 0, "12abc"},                                      // not a number as a whole
-        {u"", 1, ""},
     };
-    for (const auto& c : cases) {
+    for (const auto& c : results) {
         CFuncPara para;
         para.m_strResult = c.result;
         EXPECT_EQ(para.ResetDoubleString(0), c.status);
         EXPECT_EQ(para.m_strResult.ToUtf8(), c.want);
     }
-}
-
-TEST(CFuncPara, ResetDoubleStringOfArguments) {
+    // Of the arguments: the failing one and every later one stay as they were.
     const char16_t* tooLong = u"12345678901234567890";
-    struct Case {
-        std::vector<const char16_t*> args;
-        int status;
-        std::vector<std::string> want;
-    } cases[] = {
+    struct ArgsCase { std::vector<const char16_t*> args; int status; std::vector<std::string> want; } cases[] = {
         {{}, 1, {}},
         {{u"1.0", u"2.50", u"7"}, 1, {"1", "2.5", "7"}},
-        // The failing argument and every later one stay as they were.
         {{u"1.0", tooLong, u"2.50"}, 0, {"1", "12345678901234567890", "2.50"}},
-        {{tooLong, u"1.0"}, 0, {"12345678901234567890", "1.0"}},
         {{u"1.0", u"x"}, 0, {"1", "x"}},
         {{u"+5"}, 0, {"+5"}},
         {{u"1,000.50", u"1e3"}, 1, {"1,000.5", "1e3"}},
@@ -80,21 +67,25 @@ TEST(CFuncPara, ResetDoubleStringOfArguments) {
 
 int FakeImpl(CFuncPara*, int) { return 1; }
 
-TEST(CFuncItem, UsageIdUnlessMinusOne) {
-    struct Case { int usageId; std::vector<uint32_t> ids; } cases[] = {
-        {-1, {}}, {1050, {1050}}, {0, {0}},
-    };
-    for (const auto& c : cases) {
-        const CFuncItem item(u"myFunc", 1200, c.usageId, 6);
-        EXPECT_EQ(item.m_strName.ToUtf8(), "myFunc");
-        EXPECT_EQ(item.m_nDescId, 1200);
-        EXPECT_EQ(item.m_nReturnKind, 6);
-        EXPECT_EQ(item.m_arrUsageIds.Items(), c.ids);
-    }
-    EXPECT_TRUE(CFuncItem(nullptr, 0, -1, 0).m_strName.IsEmpty());
+// Every field of an item but the call pointer, joined by "|".
+std::string Fields(const CFuncItem& i) {
+    std::string out = i.m_strName.ToUtf8();
+    for (uint32_t id : i.m_arrUsageIds.Items()) out += "|" + std::to_string(id);
+    for (int64_t n : {int64_t{i.m_nDescId}, int64_t{i.m_nReturnKind}, i.m_nValue64, int64_t{i.m_nCategoryId},
+                      int64_t{i.m_nValue32}, int64_t{i.m_nFlags}})
+        out += "|" + std::to_string(n);
+    for (const CString* t : {&i.m_strCategory, &i.m_strGroup, &i.m_strDesc, &i.m_strText1, &i.m_strText2})
+        out += "|" + t->ToUtf8();
+    for (const CString& u : i.m_arrUsage) out += "|" + u.ToUtf8();
+    uint32_t extra = 0;
+    return out + "|" + (i.m_mapExtra.Lookup(4, extra) ? std::to_string(extra) : "-");
 }
 
-TEST(CFuncItem, CopyTakesEveryField) {
+TEST(CFuncItem, ConstructAndCopy) {
+    EXPECT_EQ(Fields(CFuncItem(u"myFunc", 1200, -1, 6)), "myFunc|1200|6|0|0|0|0||||||-");
+    EXPECT_EQ(Fields(CFuncItem(u"myFunc", 1200, 0, 6)), "myFunc|0|1200|6|0|0|0|0||||||-");
+    EXPECT_TRUE(CFuncItem(nullptr, 0, -1, 0).m_strName.IsEmpty());
+
     CFuncItem from(u"f", 1201, 1300, 1);
     from.m_nValue64 = -(int64_t{1} << 40);
     from.m_nCategoryId = 1006;
@@ -112,25 +103,8 @@ TEST(CFuncItem, CopyTakesEveryField) {
     CFuncItem to(u"old", 1, 2, 3);
     to.m_arrUsage.Add(CString(u"old usage"));
     to.Copy(&from);
-    EXPECT_EQ(to.m_strName.ToUtf8(), "f");
-    EXPECT_EQ(to.m_nValue64, from.m_nValue64);
-    EXPECT_EQ(to.m_nCategoryId, 1006);
-    EXPECT_EQ(to.m_nDescId, 1201);
-    EXPECT_EQ(to.m_nValue32, -3);
-    EXPECT_EQ(to.m_nReturnKind, 1);
+    EXPECT_EQ(Fields(to), "f|1300|1201|1|-1099511627776|1006|-3|3|cat|grp|desc|t1|t2|f(x)|40");
     EXPECT_EQ(to.m_pfnCall, &FakeImpl);
-    EXPECT_EQ(to.m_strCategory.ToUtf8(), "cat");
-    EXPECT_EQ(to.m_strGroup.ToUtf8(), "grp");
-    EXPECT_EQ(to.m_strDesc.ToUtf8(), "desc");
-    EXPECT_EQ(Texts(to.m_arrUsage), std::vector<std::string>{"f(x)"});
-    EXPECT_EQ(to.m_arrUsageIds.Items(), std::vector<uint32_t>{1300});
-    EXPECT_EQ(to.m_nFlags, 3u);
-    EXPECT_EQ(to.m_strText1.ToUtf8(), "t1");
-    EXPECT_EQ(to.m_strText2.ToUtf8(), "t2");
-    uint32_t extra = 0;
-    EXPECT_EQ(to.m_mapExtra.Lookup(4, extra), 1);
-    EXPECT_EQ(extra, 40u);
-
     to.Copy(nullptr);
     EXPECT_EQ(to.m_strName.ToUtf8(), "f");
 }

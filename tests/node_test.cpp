@@ -9,38 +9,27 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <vector>
 
 using namespace exprtest;
 
 namespace {
 
-TEST(CalcNode, FreshNodeValues) {
-    struct Case { uint8_t kind; const char* text; double number; } cases[] = {
-        {NodeNumber, "0", 0}, {NodeString, "", 0}, {NodeName, "", 0}, {NodeEmpty, "", 0}, {NodeRoot, "", 0},
-    };
-    for (const auto& c : cases) {
-        CCalcNode node(nullptr, c.kind);
+TEST(CalcNode, FreshValuesAndQuoting) {
+    for (uint8_t kind : {NodeNumber, NodeString, NodeName, NodeEmpty, NodeRoot}) {
+        CCalcNode node(nullptr, kind);
         EXPECT_EQ(node.GetValidMask(), 1);
-        EXPECT_EQ(node.GetNumber(), c.number);
-        CString text;
-        node.GetText(text, 0);
-        EXPECT_EQ(U8(text), c.text) << int(c.kind);
+        EXPECT_EQ(node.GetNumber(), 0);
+        EXPECT_EQ(Text(&node, 0), kind == NodeNumber ? "0" : "") << int(kind);
     }
-}
-
-TEST(CalcNode, QuotingOfStrings) {
     struct Case { const char* text; const char* quoted; } cases[] = {
-        {"abc", "'abc'"}, {"it's", "\"it's\""}, {"say \"hi\"", "'say \"hi\"'"},
-        {"a'b\"c", "\"a'b\"c\""}, {"", "''"},
+        {"abc", "'abc'"}, {"it's", "\"it's\""}, {"say \"hi\"", "'say \"hi\"'"}, {"a'b\"c", "\"a'b\"c\""}, {"", "''"},
     };
     for (const auto& c : cases) {
         CCalcNode node(nullptr, NodeString);
         node.AssignText(W(c.text));
-        CString out;
-        node.GetText(out, 1);
-        EXPECT_EQ(U8(out), c.quoted);
-        node.GetText(out, 0);
-        EXPECT_EQ(U8(out), c.text);
+        EXPECT_EQ(Text(&node, 1), c.quoted);
+        EXPECT_EQ(Text(&node, 0), c.text);
     }
 }
 
@@ -48,9 +37,7 @@ TEST(CalcNode, MaskMovesBetweenNumberAndText) {
     CCalcNode node(nullptr, NodeNumber);
     node.SetNumber(12.5, 0);
     EXPECT_EQ(node.GetValidMask(), 1);
-    CString text;
-    node.GetText(text, 0);
-    EXPECT_EQ(U8(text), "12.5");
+    EXPECT_EQ(Text(&node, 0), "12.5");
     EXPECT_EQ(node.GetValidMask(), 3);
 
     EXPECT_EQ(node.SetText(u"'1,234.5'"), 1);
@@ -64,10 +51,8 @@ TEST(CalcNode, MaskMovesBetweenNumberAndText) {
     EXPECT_EQ(node.GetValidMask(), 3);
     EXPECT_EQ(node.GetNumber(), CUtilityCalc::Str2Double(node.RawText()));
     EXPECT_NE(node.GetNumber(), 1.0 / 3.0);
-}
 
-TEST(CalcNode, SetNumberOfAnEqualValueChangesNothing) {
-    CCalcNode node(nullptr, NodeNumber);
+    // An equal number changes nothing, not even the mask.
     node.SetNumber(2.5, 0);
     node.SetText(u"kept");
     node.SetNumber(2.5, 0);
@@ -75,24 +60,19 @@ TEST(CalcNode, SetNumberOfAnEqualValueChangesNothing) {
     EXPECT_EQ(U8(node.RawText()), "kept");
     node.SetNumber(3, 0);
     EXPECT_EQ(node.GetValidMask(), 1);
-    CString text;
-    node.GetText(text, 0);
-    EXPECT_EQ(U8(text), "3");
+    EXPECT_EQ(Text(&node, 0), "3");
 }
 
-TEST(CalcNode, EmptyNumberTextForDisplay) {
-    CCalcNode node(nullptr, NodeNumber);
-    node.SetText(u"");
+TEST(CalcNode, DisplayAndRoundedText) {
+    CCalcNode empty(nullptr, NodeNumber);
+    empty.SetText(u"");
     CString out;
-    node.GetText(out, 0);
-    EXPECT_EQ(U8(out), "0");
-    node.GetDisplayText(out, 0, 0);
+    EXPECT_EQ(Text(&empty, 0), "0");
+    empty.GetDisplayText(out, 0, 0);
     EXPECT_EQ(U8(out), "");
-    node.GetDisplayText(out, 0, 64);
+    empty.GetDisplayText(out, 0, 64);
     EXPECT_EQ(U8(out), "0");
-}
 
-TEST(CalcNode, RoundedTextOnlyRoundsNumbers) {
     CCalcNode number(nullptr, NodeNumber);
     number.SetNumber(2.345, 0);
     CCalcNode text(nullptr, NodeString);
@@ -101,33 +81,28 @@ TEST(CalcNode, RoundedTextOnlyRoundsNumbers) {
         {&number, 2, "2.35"}, {&number, -1, "2.345"}, {&number, 0, "2"}, {&text, 2, "2.345"},
     };
     for (const auto& c : cases) {
-        CString out;
         c.node->GetRoundedText(out, c.decimals);
         EXPECT_EQ(U8(out), c.want);
     }
 }
 
 TEST(CalcNode, ClassifyOperator) {
-    struct Case { const char* spelling; int ok; uint8_t op; const char* kept; } cases[] = {
-        {"+", 1, '+', "+"},  {"-", 1, '-', "-"},  {"*", 1, '*', "*"},   {"/", 1, '/', "/"},
-        {"=", 1, 1, "="},    {">", 1, 2, ">"},    {"<", 1, 3, "<"},     {">=", 1, 4, ">="},
-        {"<=", 1, 5, "<="},  {"<>", 1, 6, "<>"},  {"&&", 1, 10, "&&"},  {"AnD", 1, 10, " and "},
-        {"||", 1, 11, "||"}, {"or", 1, 11, " or "}, {"!", 1, 12, "!"},  {"NOT", 1, 12, "!"},
-        {"=>", 0, 0, ""},    {"", 0, 0, ""},      {"&", 0, 0, ""},      {"ornot", 0, 0, ""},
+    // kind: 1 compare, 2 logic, 0 neither.
+    struct Case { const char* spelling; int ok; uint8_t op; const char* kept; int kind; } cases[] = {
+        {"+", 1, '+', "+", 0},   {"-", 1, '-', "-", 0},   {"*", 1, '*', "*", 0},     {"/", 1, '/', "/", 0},
+        {"=", 1, 1, "=", 1},     {">", 1, 2, ">", 1},     {"<", 1, 3, "<", 1},       {">=", 1, 4, ">=", 1},
+        {"<=", 1, 5, "<=", 1},   {"<>", 1, 6, "<>", 1},   {"&&", 1, 10, "&&", 2},    {"AnD", 1, 10, " and ", 2},
+        {"||", 1, 11, "||", 2},  {"or", 1, 11, " or ", 2}, {"!", 1, 12, "!", 2},     {"NOT", 1, 12, "!", 2},
+        {"=>", 0, 0, "", 0},     {"", 0, 0, "", 0},       {"&", 0, 0, "", 0},        {"ornot", 0, 0, "", 0},
     };
     for (const auto& c : cases) {
         CCalcNode node(nullptr, NodeOperator);
         EXPECT_EQ(node.ClassifyOperator(W(c.spelling)), c.ok) << c.spelling;
         EXPECT_EQ(node.GetOp(), c.op) << c.spelling;
         EXPECT_EQ(U8(node.RawText()), c.kept) << c.spelling;
+        EXPECT_EQ(bool(node.IsCompareOperator()), c.kind == 1) << c.spelling;
+        EXPECT_EQ(bool(node.IsLogicOperator()), c.kind == 2) << c.spelling;
     }
-    CCalcNode compare(nullptr, NodeOperator), logic(nullptr, NodeOperator), plus(nullptr, NodeOperator);
-    compare.ClassifyOperator(u"<>");
-    logic.ClassifyOperator(u"not");
-    plus.ClassifyOperator(u"+");
-    EXPECT_TRUE(compare.IsCompareOperator() && !compare.IsLogicOperator());
-    EXPECT_TRUE(logic.IsLogicOperator() && !logic.IsCompareOperator());
-    EXPECT_FALSE(plus.IsLogicOperator() || plus.IsCompareOperator());
 }
 
 TEST(CalcNode, ClassifyTokenAndLiterals) {
@@ -153,38 +128,44 @@ TEST(CalcNode, ClassifyTokenAndLiterals) {
     EXPECT_EQ(literal.GetNumber(), 5);
 }
 
-TEST(CalcNode, WriteBracketsLaterNegativeOperands) {
-    struct Case { const char* tokens; const char* formula; } cases[] = {
-        {"-5 + -3", "-5+(-3)"}, {"-5", "-5"}, {"1 < -2 && 'x' = \"it's\"", "1<(-2)&&'x'=\"it's\""},
-        {"a AND NOT b or c", "a and !b or c"}, {"", ""},
+TEST(CalcNode, WrittenForms) {
+    struct Case { const char* tokens; const char* formula; const char* converted; } cases[] = {
+        {"-5 + -3", "-5+(-3)", "-5+(-3)"},
+        {"1 < -2 && 'x' = \"it's\"", "1<(-2)&&'x'=\"it's\"", nullptr},
+        {"a AND NOT b or c", "a and !b or c", nullptr},
+        {"'a' + 1", "'a'+1", "\"a\" & 1"},
+        {"'12' + 1", "'12'+1", "\"12\"+1"},
+        {"1 + '' + 2", "1+''+2", "1 & \"\" & 2"},
+        {"1 + 2 + 'x'", "1+2+'x'", "1+2 & \"x\""},
+        {"", "", ""},
     };
-    for (const auto& c : cases) EXPECT_EQ(Formula(Root(c.tokens).get()), c.formula) << c.tokens;
+    for (const auto& c : cases) {
+        EXPECT_EQ(Formula(Root(c.tokens).get()), c.formula) << c.tokens;
+        if (!c.converted) continue;
+        CStringBuilder out;
+        Root(c.tokens)->WriteConverted(out, 0);
+        EXPECT_EQ(U8(out.ToString()), c.converted) << c.tokens;
+    }
 
     auto root = Root("2 *");
-    CCalcNode* group = AddChild(root.get(), NodeGroup);
-    AddTokens(group, "1 + -1");
+    AddTokens(AddChild(root.get(), NodeGroup), "1 + -1");
     AddTokens(root.get(), "-");
     AddCall(root.get(), "SUM", {"1", "-2 * 'a'", ""});
     AddCall(root.get(), "NOW", {});
     AddChild(root.get(), NodeEmpty, "ignored");
     EXPECT_EQ(Formula(root.get()), "2*(1+(-1))-SUM(1,-2*'a',)NOW()");
-}
 
-TEST(CalcNode, WriteConvertedJoinsTexts) {
-    struct Case { const char* tokens; const char* converted; } cases[] = {
-        {"'a' + 1", "\"a\" & 1"},        {"'12' + 1", "\"12\"+1"},   {"1 + '' + 2", "1 & \"\" & 2"},
-        {"1 + 2 + 'x'", "1+2 & \"x\""}, {"-1 + -2", "-1+(-2)"},
-    };
-    for (const auto& c : cases) {
-        CStringBuilder out;
-        Root(c.tokens)->WriteConverted(out, 0);
-        EXPECT_EQ(U8(out.ToString()), c.converted) << c.tokens;
-    }
     CCalcNode plus(nullptr, NodeOperator);
     plus.ClassifyOperator(u"+");
     CStringBuilder alone;
     plus.WriteConverted(alone, 1);
     EXPECT_EQ(U8(alone.ToString()), " & ");
+}
+
+std::vector<std::string> Texts(const CStringArray& items) {
+    std::vector<std::string> out;
+    for (const CString& s : items) out.push_back(U8(s));
+    return out;
 }
 
 TEST(CalcNode, FunctionQueries) {
@@ -198,45 +179,32 @@ TEST(CalcNode, FunctionQueries) {
     CStringArray names;
     names.Add(u"stale");
     root->GetFunctionNames(names);
-    ASSERT_EQ(names.GetSize(), 2);
-    EXPECT_EQ(U8(names[0]), "SUM");
-    EXPECT_EQ(U8(names[1]), "Max");
+    EXPECT_EQ(Texts(names), (std::vector<std::string>{"SUM", "Max"}));
     root->GetNames(names);
-    ASSERT_EQ(names.GetSize(), 2);
-    EXPECT_EQ(U8(names[0]), "a");
-    EXPECT_EQ(U8(names[1]), "b");
-
+    EXPECT_EQ(Texts(names), (std::vector<std::string>{"a", "b"}));
     CPtrArray operators;
     root->Collect(operators, NodeOperator);
     EXPECT_EQ(operators.GetSize(), 2);
-}
 
-TEST(CalcNode, GetFunctionCall) {
-    auto root = Root();
     CCalcNode* call = AddCall(root.get(), "f", {"1", "'it'", "b + 1"});
-    CCalcNode* empty = AddCall(root.get(), "g", {""});
-    CCalcNode* bare = AddCall(root.get(), "h", {});
-    CString name;
-    CStringArray args;
     struct Case { CCalcNode* node; int raw; int ok; const char* name; std::vector<std::string> args; } cases[] = {
-        {call, 0, 1, "f", {"1", "'it'", "b"}}, {call, 1, 1, "f", {"1", "it", "b"}},
-        {empty, 0, 1, "g", {}},                {bare, 0, 1, "h", {}},
-        {root.get(), 0, 0, "", {}},
+        {call, 0, 1, "f", {"1", "'it'", "b"}},        {call, 1, 1, "f", {"1", "it", "b"}},
+        {AddCall(root.get(), "g", {""}), 0, 1, "g", {}}, {AddCall(root.get(), "h", {}), 0, 1, "h", {}},
+        {root.get(), 0, 0, "", {"stale"}},
     };
     for (const auto& c : cases) {
-        name.Empty();
-        args.RemoveAll();
+        CString name;
+        CStringArray args;
         args.Add(u"stale");
         EXPECT_EQ(c.node->GetFunctionCall(name, args, c.raw), c.ok);
-        if (!c.ok) continue;
         EXPECT_EQ(U8(name), c.name);
-        std::vector<std::string> got;
-        for (const CString& a : args) got.push_back(U8(a));
-        EXPECT_EQ(got, c.args);
+        if (c.ok) {
+            EXPECT_EQ(Texts(args), c.args);
+        }
     }
 }
 
-TEST(CalcNode, ChildrenAndCopies) {
+TEST(CalcNode, ChildrenCopiesAndUnwrap) {
     auto root = Root("1 + 2 * 3");
     EXPECT_EQ(root->GetAt(-1), nullptr);
     EXPECT_EQ(root->GetAt(5), nullptr);
@@ -245,7 +213,8 @@ TEST(CalcNode, ChildrenAndCopies) {
     root->RemoveAt(-1);
     root->RemoveAt(1);
     EXPECT_EQ(Formula(root.get()), "12*3");
-    EXPECT_TRUE(root->HasLogicOrCompare() == 0);
+    EXPECT_EQ(root->HasLogicOrCompare(), 0);
+    EXPECT_EQ(Root("a <> 1")->HasLogicOrCompare(), 1);
 
     std::unique_ptr<CCalcNode> copy(root->Clone());
     EXPECT_EQ(copy->GetParent(), nullptr);
@@ -254,12 +223,6 @@ TEST(CalcNode, ChildrenAndCopies) {
     EXPECT_EQ(root->GetCount(), 0);
     EXPECT_EQ(Formula(copy.get()), "12*3");
 
-    auto compare = Root("a <> 1");
-    EXPECT_EQ(compare->HasLogicOrCompare(), 1);
-}
-
-TEST(CalcNode, UnwrapAndCopyValue) {
-    auto root = Root();
     CCalcNode* group = AddChild(root.get(), NodeGroup);
     AddTokens(group, "'x'");
     group->GetAt(0)->SetPosition(7);
@@ -276,21 +239,11 @@ TEST(CalcNode, UnwrapAndCopyValue) {
     EXPECT_EQ(arg->GetCount(), 1);
 }
 
-// Builds `depth` groups nested in one another around the list 1 + 2.
-std::unique_ptr<CCalcNode> NestedGroups(int depth) {
-    auto root = Root();
-    CCalcNode* list = root.get();
-    for (int i = 0; i < depth; ++i) list = AddChild(list, NodeGroup);
-    AddTokens(list, "1 + 2");
-    return root;
-}
-
 TEST(CalcNode, DeepTreesNeedNoRecursion) {
     constexpr int kDepth = 10000;
     auto root = NestedGroups(kDepth);
     std::unique_ptr<CCalcNode> copy(root->Clone());
-    const std::string formula = Formula(copy.get());
-    EXPECT_EQ(formula, std::string(kDepth, '(') + "1+2" + std::string(kDepth, ')'));
+    EXPECT_EQ(Formula(copy.get()), std::string(kDepth, '(') + "1+2" + std::string(kDepth, ')'));
     CPtrArray groups;
     copy->Collect(groups, NodeGroup);
     EXPECT_EQ(groups.GetSize(), kDepth);
