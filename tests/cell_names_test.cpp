@@ -8,6 +8,7 @@
 #include "text_helpers.h"
 
 #include <climits>
+#include <clocale>
 #include <string>
 
 namespace {
@@ -35,6 +36,25 @@ TEST(CellNames, Reading) {
         EXPECT_EQ(cell.m_nRow, c.row) << U8(c.name);
         EXPECT_EQ(cell.m_nCol, c.col) << U8(c.name);
     }
+}
+
+// Under a UTF-8 locale the C library's letters and case mapping count:
+// a letter of any script may stand before the row (three at most when
+// strict), and the dotless i upper-cases to column I.
+TEST(CellNames, ReadingFollowsTheLocale) {
+    const std::string saved = std::setlocale(LC_ALL, nullptr);
+    if (!std::setlocale(LC_ALL, "C.UTF-8")) GTEST_SKIP() << "no C.UTF-8 locale";
+    struct Cell { const char16_t* name; int strict, ok, row, col; } cells[] = {
+        {u"A\u00e97", 1, 1, 6, 0},       {u"AB\u00e912", 1, 1, 11, 27}, {u"AB\u00e9\u00e912", 1, 0, -1, 27},
+        {u"AB\u00e9\u00e912", 0, 1, 11, 27}, {u"\u01315", 1, 1, 4, 8},  {u"\u00e97", 1, 0, -1, -1},
+    };
+    for (const auto& c : cells) {
+        CRowCol cell(42, 42);
+        EXPECT_EQ(C::CellName2RowCol(cell, c.name, c.strict), c.ok) << U8(c.name);
+        EXPECT_EQ(cell.m_nRow, c.row) << U8(c.name);
+        EXPECT_EQ(cell.m_nCol, c.col) << U8(c.name);
+    }
+    std::setlocale(LC_ALL, saved.c_str());
 }
 
 TEST(CellNames, MakingNamesHasItsOwnLimits) {

@@ -54,6 +54,8 @@ TEST(CFuncPara, ResetDoubleString) {
         {{u"1.0", u"x"}, 0, {"1", "x"}},
         {{u"+5"}, 0, {"+5"}},
         {{u"1,000.50", u"1e3"}, 1, {"1,000.5", "1e3"}},
+        {{u"1.50e10 ", u"-2.0E-3", u" "}, 1, {"1.5e10", "-2E-3", ""}},  // the exponent keeps its zeros
+        {{u"1", u"-"}, 0, {"1", "-"}}, {{u"."}, 0, {"."}}, {{u"-e5"}, 0, {"-e5"}},  // no digit, no number
     };
     for (const auto& c : cases) {
         CFuncPara para;

@@ -1,12 +1,13 @@
 // Cell names: "B7" for row 6, column 1; "B2:C3" for a range; a leading "@"
 // on either cell is a marker carried beside the coordinates.
 //
-// Column letters are one or two ASCII letters of either case.  Names are
-// made up to column ZX (699) and row 999999, but read up to column ZZ (701)
-// and any row that fits an int; the two limits differ on purpose.  Letters
-// are recognised without the locale, so a name means the same cell whatever
-// locale the host runs under.  Text after the row number is ignored ("C12x"
-// is C12).
+// Column letters are one or two letters "A".."Z" after upper-casing.  Names
+// are made up to column ZX (699) and row 999999, but read up to column ZZ
+// (701) and any row that fits an int; the two limits differ on purpose.
+// Upper-casing and the letter test before the row follow the C library's
+// locale: any letter of the locale may stand between the column letters and
+// the row, so under a UTF-8 locale "A\u00e97" reads as A7, under the C locale
+// as no cell.  Text after the row number is ignored ("C12x" is C12).
 #include <qorcalc/cells.h>
 #include <qorcalc/utility.h>
 #include <qorcalc/vek.h>
@@ -21,9 +22,10 @@ constexpr uint32_t kMaxNamedRow = 999999;
 constexpr uint32_t kMaxNamedCol = 699;  // ZX
 constexpr char16_t kMarker = u'@';
 
-char16_t AsciiUpper(char16_t c) { return c >= u'a' && c <= u'z' ? static_cast<char16_t>(c - u'a' + u'A') : c; }
+// Letters passed before the row in a strict reading.
+constexpr int kMaxStrictLetters = 3;
+
 bool IsColumnLetter(char16_t c) { return c >= u'A' && c <= u'Z'; }
-bool IsAsciiLetter(char16_t c) { return IsColumnLetter(AsciiUpper(c)); }
 
 // The caller has checked that `col` is nameable.
 std::u16string ColumnLetters(int col) {
@@ -45,7 +47,7 @@ int CUtilityCalc::ColName2Col(const char16_t* name, int bStrict) {
     if (!name) return -1;
     int result = -1;
     for (int letters = 0; name[letters]; ++letters) {
-        const char16_t c = AsciiUpper(name[letters]);
+        const char16_t c = qorcalc::support::towupper16(name[letters]);
         if (letters == 2) return bStrict && IsColumnLetter(c) ? -1 : result;
         if (!IsColumnLetter(c)) return result;
         result = c - u'A' + (letters == 0 ? 0 : (result + 1) * 26);
@@ -57,10 +59,10 @@ int CUtilityCalc::CellName2RowCol(CRowCol& cell, const char16_t* name, int bStri
     cell.m_nRow = -1;
     cell.m_nCol = ColName2Col(name, bStrict);
     if (cell.m_nCol < 0) return 0;
-    // Strict reading has already refused a third letter; a lenient one
-    // skips any further letters before the row ("ABC12" is AB12).
+    // A lenient reading skips any further letters before the row ("ABC12"
+    // is AB12); a strict one passes at most three, so a fourth is no row.
     int at = 0;
-    while (IsAsciiLetter(name[at])) ++at;
+    while (qorcalc::support::iswalpha16(name[at]) && (!bStrict || at < kMaxStrictLetters)) ++at;
     // A row starts with a digit other than "0": A0 and A07 are no cell names.
     if (name[at] >= u'1' && name[at] <= u'9') cell.m_nRow = qorcalc::support::wtoi(name + at) - 1;
     return cell.m_nRow >= 0;

@@ -13,10 +13,19 @@ void CFuncPara::SetResult(int n) { m_strResult.Format(u"%d", n); }
 namespace {
 
 // Rewrites a number text in its canonical form.  0 for a text the number
-// reader does not take whole ("12abc", "x", "+5"; the empty text reads as 0)
-// or whose integer part is too long to keep as a number.
+// reader does not take whole ("12abc", "x", "+5"), for one without a digit
+// before its exponent ("-", "."; a blank text reads as 0), or whose integer
+// part is too long to keep as a number.  Only the mantissa of a number with
+// an exponent is rewritten: the zeros of 1.50e10 belong to the exponent.
 int NormaliseNumber(CString& text) {
-    return CUtilityCalc::IsConvertAbleNumberString(text, 1) && CUtilityCalc::ResetDoubleString(text);
+    if (!CUtilityCalc::IsConvertAbleNumberString(text, 1)) return 0;
+    const int exponent = text.FindOneOf(u"eE");
+    CString mantissa = exponent < 0 ? text : text.Left(exponent);
+    CString blank = text;
+    if (mantissa.FindOneOf(u"0123456789") < 0 && !blank.Trim().IsEmpty()) return 0;
+    if (!CUtilityCalc::ResetDoubleString(mantissa)) return 0;
+    text = exponent < 0 ? mantissa : mantissa + text.Mid(exponent).TrimRight();
+    return 1;
 }
 
 }  // namespace
