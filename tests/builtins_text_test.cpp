@@ -62,7 +62,7 @@ TEST_F(BuiltinsText, CaseBlanksEncodingAndFormats) {
         {"toLowerCase", {"AbC"}, "'abc'"}, {"toUpperCase", {"abc", "ignored"}, "'ABC'"}, {"toLowerCase", {}, ""},
         {"trim", {"  a b  "}, "'a b'"}, {"trimLeft", {"  a b  "}, "'a b  '"}, {"trimRight", {"  a b  "}, "'  a b'"},
         {"trimLeft", {"xxaxx", "x"}, "'axx'"}, {"trimRight", {"xxaxx", "x"}, "'xxa'"}, {"trim", {"-+a+-", "-+"}, "'a'"},
-        {"trim", {"  a  ", ""}, "'a'"}, {"trim", {"aaa", "a"}, "''"}, {"trim", {}, ""},
+        {"trim", {"  a  ", ""}, "'  a  '"}, {"trimLeft", {" a", ""}, "' a'"}, {"trim", {"aaa", "a"}, "''"}, {"trim", {}, ""},
         {"encodeURI", {"a b"}, "'a%20b'"}, {"encodeURI", {"a/b?c=1"}, "'a/b?c=1'"},
         {"encodeURIComponent", {"a/b?c=1"}, "'a%2fb%3fc%3d1'"}, {"encodeURI", {}, "E1003:encodeURI()"},
         {"RMB", {"-12.3"}, "'负壹拾贰元叁角整'"}, {"RMB", {"1,234.567"}, "'壹仟贰佰叁拾肆元伍角柒分'"},
@@ -118,6 +118,7 @@ TEST_F(BuiltinsText, ChineseDates) {
         {"chineseDate", {"2014-12-31", "YY年MM月DD日"}, "'一四年十二月三十一日'"},
         {"chineseDate", {"2014-11-19", "yyyy/m/d"}, "'二O一四/十一/十九'"},
         {"chineseDate", {"14-3-5"}, "'二O一四年三月五日'"}, {"chineseDate", {"5-3-5", "YYYY"}, "'二OO五'"},
+        {"chineseDate", {"014-3-5", "YYYY"}, "'二O一四'"}, {"chineseDate", {"0014-3-5", "YYYY"}, "'OO一四'"},
         {"chineseDate", {"2014-3-5 10:20:30", "D日"}, "'五日'"}, {"chineseDate", {"2014-01-05", ""}, "'二O一四年一月五日'"},
         {"chineseDate", {"2014-02-30"}, "'二O一四年二月三十日'"},  // spelt, not checked as a date
         {"chineseDate", {"2014-13-05"}, "'2014-13-05'"}, {"chineseDate", {"2014-1-32"}, "'2014-1-32'"},

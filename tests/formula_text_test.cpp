@@ -8,6 +8,7 @@
 
 #include "text_helpers.h"
 
+#include <clocale>
 #include <string>
 #include <vector>
 
@@ -88,9 +89,9 @@ TEST(FormulaText, GetLeftAndRightPara) {
 
 TEST(FormulaText, IsValidFuncAndVarName) {
     struct Func { const char* name; int allowWide, valid, badPos; } funcs[] = {
-        {"sum", 0, 1, 0}, {"_x1", 0, 1, 0}, {"x_1", 0, 1, 0}, {" sum ", 0, 1, 0}, {"1x", 0, 0, 0},
+        {"sum", 0, 1, 0}, {"_x1", 0, 1, 2}, {"x_1", 0, 1, 2}, {" sum ", 0, 1, 0}, {"1x", 0, 0, 0},
         {"__", 0, 0, 0},  {"", 0, 0, 0},   {"   ", 0, 0, 0}, {"a-b", 0, 0, 1},   {"ab c", 0, 0, 2},
-        {"合计", 0, 0, 0}, {"a合计1", 1, 1, 0}, {"é", 0, 0, 0},
+        {"合计", 0, 0, 0}, {"a合计1", 1, 1, 3}, {"é", 0, 0, 0},
     };
     for (const auto& c : funcs) {
         int badPos = -1;
@@ -104,7 +105,7 @@ TEST(FormulaText, IsValidFuncAndVarName) {
         {"#x", 0, 0, 1, 1, 0},  {"#x", 0, 0, 0, 0, 0},  {"#", 0, 0, 1, 0, 0},  {"x#", 0, 0, 1, 0, 1},
         {"a.b", 0, 1, 0, 1, 0}, {"a.b", 0, 0, 0, 0, 1}, {"a.", 0, 1, 0, 0, 1}, {".a", 0, 1, 0, 0, 0},
         {"$", 0, 0, 0, 0, 0},   {"@@", 0, 0, 0, 0, 0},  {"__", 0, 0, 0, 0, 0}, {"_@", 0, 0, 0, 1, 0},
-        {"a:b", 0, 0, 0, 1, 0}, {":", 0, 0, 0, 0, 0},   {"$A$1", 0, 0, 0, 1, 0}, {"1a", 0, 0, 0, 0, 0},
+        {"a:b", 0, 0, 0, 1, 0}, {":", 0, 0, 0, 0, 0},   {"$A$1", 0, 0, 0, 1, 3}, {"1a", 0, 0, 0, 0, 0},
         {"变量", 1, 0, 0, 1, 0}, {"变量", 0, 0, 0, 0, 0}, {"a b", 0, 0, 0, 0, 1}, {"", 1, 1, 1, 0, 0},
     };
     for (const auto& c : vars) {
@@ -112,6 +113,14 @@ TEST(FormulaText, IsValidFuncAndVarName) {
         EXPECT_EQ(C::IsValidVarName(U(c.name), c.allowWide, c.allowDot, c.allowHash, badPos), c.valid) << c.name;
         EXPECT_EQ(badPos, c.badPos) << c.name;
     }
+
+    // A variable name takes the letters of the current locale, a function name ASCII letters only.
+    const std::string saved = std::setlocale(LC_CTYPE, nullptr);
+    ASSERT_NE(std::setlocale(LC_CTYPE, "C.UTF-8"), nullptr);
+    EXPECT_EQ(C::IsValidVarName(U("été"), 0, 0, 0, badPos), 1);
+    EXPECT_EQ(C::IsValidFuncName(U("été"), 0, badPos), 0);
+    std::setlocale(LC_CTYPE, saved.c_str());
+    EXPECT_EQ(C::IsValidVarName(U("été"), 0, 0, 0, badPos), 0);
 }
 
 TEST(FormulaText, ParseFunction) {
@@ -119,7 +128,7 @@ TEST(FormulaText, ParseFunction) {
         {"max(1, 'a,b' , 3)", "max", {"1", "a,b", "3"}},     {"now()", "now", {}},
         {"f(g(1,2),3)", "f", {"g(1", "2"}},                  {"f(a'b, 'x'y)", "f", {"a'b", "xy"}},
         {"f(\"it's\", 'say \"hi\"')", "f", {"it's", "say \"hi\""}}, {"f( , )", "f", {"", ""}},
-        {"f(1,", "f", {"1"}},  {"f(1) trailing", "f", {"1"}}, {"f ( 1 )", "f", {"1"}}, {"1, 2", "", {"1", "2"}},
+        {"f(1,", "f", {"1"}},  {"f(1) trailing", "f", {"1"}}, {"f ( 1 )", "f ", {"1"}}, {"1, 2", "", {"1", "2"}},
         {"f('unclosed, 2)", "f", {"unclosed, 2)"}},          {"", "", {}},
     };
     for (const auto& c : cases) {

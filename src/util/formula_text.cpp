@@ -3,8 +3,9 @@
 // element-wise sum of dimension texts.
 //
 // A string value is quoted with "'" unless it holds one, then with the
-// double quote.  Names are checked against ASCII letters only (whatever the
-// locale); wider characters pass when the caller allows them.
+// double quote.  Function names take ASCII letters only, variable names the
+// letters of the current locale; wider characters pass when the caller
+// allows them.
 #include <qorcalc/buffer.h>
 #include <qorcalc/utility.h>
 #include <qorcalc/vek.h>
@@ -42,11 +43,12 @@ bool OnlyOf(const CString& name, char16_t c) {
 }
 
 // Applies the rule shared by both name checks to a character that the
-// caller's rules did not accept: a digit may follow the first place.
+// caller's rules did not accept: a digit may follow the first place.  The
+// position is recorded either way, so after a passing name badPos holds its
+// last digit.
 int RejectUnlessDigit(int i, char16_t c, int& badPos) {
-    if (i > 0 && IsAsciiDigit(c)) return 1;
     badPos = i;
-    return 0;
+    return i > 0 && IsAsciiDigit(c) ? 1 : 0;
 }
 
 }  // namespace
@@ -143,7 +145,7 @@ int CUtilityCalc::GetRightPara(CString& line, CMem& text, int remove, int trim) 
     return 1;
 }
 
-// badPos is set only when the name fails; it counts in the trimmed name.
+// badPos counts in the trimmed name.
 int CUtilityCalc::IsValidFuncName(const char16_t* name, int allowWide, int& badPos) {
     badPos = 0;
     CString s(name);
@@ -157,7 +159,8 @@ int CUtilityCalc::IsValidFuncName(const char16_t* name, int allowWide, int& badP
     return OnlyOf(s, u'_') ? 0 : 1;
 }
 
-// badPos is set only when the name fails; it counts in the trimmed name.
+// badPos counts in the trimmed name.  Letters are those of the current
+// locale, unlike a function name's.
 int CUtilityCalc::IsValidVarName(const char16_t* name, int allowWide, int allowDot, int allowHash,
                                  int& badPos) {
     badPos = 0;
@@ -167,7 +170,7 @@ int CUtilityCalc::IsValidVarName(const char16_t* name, int allowWide, int allowD
     const int n = s.GetLength();
     for (int i = 0; i < n; ++i) {
         const char16_t c = s[i];
-        const bool ok = IsAsciiLetter(c) || (c == u':' && n > 1) ||
+        const bool ok = qorcalc::support::iswalpha16(c) || (c == u':' && n > 1) ||
                         (c == u'#' && i == 0 && allowHash && n > 1) || c == u'_' || c == u'@' ||
                         c == u'$' || (c == u'.' && allowDot && i > 0 && i < n - 1) ||
                         (allowWide && c >= kFirstWideChar);
@@ -178,7 +181,8 @@ int CUtilityCalc::IsValidVarName(const char16_t* name, int allowWide, int allowD
 
 // A flat splitter: parentheses do not nest, so an inner call is cut at its
 // commas like the outer one and the first ")" ends the list.  Nested calls
-// are the expression parser's business.  The name is trimmed.
+// are the expression parser's business.  The name is the text before the
+// "(" as it stands.
 int CUtilityCalc::ParseFunction(const char16_t* text, CString& name, CStringArray& args) {
     name.Empty();
     args.RemoveAll();
@@ -187,10 +191,7 @@ int CUtilityCalc::ParseFunction(const char16_t* text, CString& name, CStringArra
     if (whole.IsEmpty()) return 1;
 
     const int open = whole.Find(u'(');
-    if (open >= 0) {
-        name = whole.Left(open);
-        name.TrimRight();
-    }
+    if (open >= 0) name = whole.Left(open);
     const std::u16string& s = whole.Str();
     size_t i = open < 0 ? 0 : static_cast<size_t>(open) + 1;
     while (i < s.size()) {

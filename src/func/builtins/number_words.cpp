@@ -172,11 +172,16 @@ CString SpellDayOrMonth(int value, bool bank) {
     return out;
 }
 
-// The year as four digits: 14 is 2014, 5 is 2005 (a three-digit year gets a
-// leading 2, a shorter one leading zeros first).
-CString FourDigitYear(uint32_t year) {
-    CString digits;
-    digits.Format(u"%u", year);
+// The year part as written, padded to four digits: 14 is 2014, 5 is 2005,
+// 014 is 2014 (a three-digit year gets a leading 2, a shorter one leading
+// zeros first), and 0014 stays as it is.  The date text has been read as
+// numbers and separators, so its first run of digits is the year.
+CString FourDigitYear(const CString& dateText) {
+    constexpr std::u16string_view kDigits = u"0123456789";
+    const std::u16string_view text = dateText.Str();
+    const size_t begin = std::min(text.find_first_of(kDigits), text.size());
+    const size_t end = std::min(text.find_first_not_of(kDigits, begin), text.size());
+    CString digits(text.substr(begin, end - begin));
     while (digits.GetLength() < 4) digits.Insert(0, digits.GetLength() == 3 ? u'2' : u'0');
     return digits;
 }
@@ -200,7 +205,7 @@ bool SpellChineseDate(const CString& dateText, CString& pattern, bool bank) {
     const char16_t* const* digits = bank ? kCapitalDigits : kDateDigits;
     int length;
     if (const int pos = TakeRun(pattern, u"Yy", length); pos >= 0) {
-        const CString year = FourDigitYear(parts[0]);
+        const CString year = FourDigitYear(dateText);
         CString spelt;
         for (int i = std::max(0, year.GetLength() - std::min(length, 4)); i < year.GetLength(); ++i)
             spelt += digits[year[i] - u'0'];

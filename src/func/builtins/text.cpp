@@ -40,12 +40,13 @@ int ChangeFirst(CFuncPara* para, int argc, Change change) {
 enum class Ends { Both, Left, Right };
 
 // Blanks, or the characters of the optional second argument, removed at the
-// chosen ends.  An empty set means blanks, as an absent one does.
+// chosen ends.  A given set is used as it stands: an empty one removes nothing.
 int TrimEnds(CFuncPara* para, int argc, Ends ends) {
-    const CString set = argc > 1 ? Arg(para, 1) : CString();
+    const bool hasSet = argc > 1;
+    const CString set = hasSet ? Arg(para, 1) : CString();
     return ChangeFirst(para, argc, [&](CString& text) {
-        if (ends != Ends::Right) set.IsEmpty() ? text.TrimLeft() : text.TrimLeft(set);
-        if (ends != Ends::Left) set.IsEmpty() ? text.TrimRight() : text.TrimRight(set);
+        if (ends != Ends::Right) hasSet ? text.TrimLeft(set) : text.TrimLeft();
+        if (ends != Ends::Left) hasSet ? text.TrimRight(set) : text.TrimRight();
     });
 }
 
