@@ -203,6 +203,8 @@ TEST(Calculator, CompileErrorsGiveTheMessageAndPosition) {
         {"1_x(2)", 1, "E1001:1_x(2)"},    {"*2", 0, "E1003:*2"},
         {"a'b'", 1, "E1003:a'b'"},        {"sum(1)x", 6, "E1003:sum(1)x"},
         {"2*-3", 2, "E1003:2*-3"},        // a minus is unary only first or after a comparison
+        {"1 >< 2", 3, "E1003:1 >< 2"},    {"a!==b", 2, "E1003:a!==b"},  // no such operator: start + 1
+        {"(1,2)", 2, "E1003:(1,2)"},      {"f.g(1)", 1, "E1000:f.g(1)"},
     };
     for (const auto& c : cases) {
         TestHost host;
