@@ -8,6 +8,7 @@
 #include <string>
 
 #include "calc/calculator.h"
+#include "calc/converter.h"
 #include "calc_host.h"
 #include "test_provider.h"
 
@@ -126,6 +127,43 @@ TEST(Calculator, UnknownFunctionsGoToTheHost) {
     EXPECT_EQ(out.ToUtf8(), "x");
 }
 
+int Twice(CFuncPara* para, int argc) {
+    para->m_strResult = argc ? para->m_arrParas[0] + para->m_arrParas[0] : CString();
+    return 1;
+}
+
+// A function of the host's own that the manager holds: restricted (flag 1)
+// ones are refused when Calculate is asked to check, and one without an
+// implementation goes to the host like an unknown one.
+TEST(Calculator, HostItemsOfTheManager) {
+    TestProvider provider;
+    struct Case { uint32_t flags; PFN_CALCFUNC impl; int bCheck; int code; const char* out; } cases[] = {
+        {1, Twice, 1, CALC_REFUSED, ""},         {1, Twice, 0, CALC_DONE, ""},
+        {0, Twice, 1, CALC_DONE, ""},            {0, nullptr, 0, CALC_NEED_FUNCTION, "twice\r\n'ab'"},
+    };
+    for (const auto& c : cases) {
+        CFuncMnger mnger;
+        auto* item = new CFuncItem(u"twice", 0, -1, 1);
+        item->m_nFlags = c.flags;
+        item->m_pfnCall = c.impl;
+        mnger.AddItem(item);
+        mnger.m_bPermitRestricted = 0;
+        std::unique_ptr<ICalc> calc(NewCalc(&mnger, nullptr));
+        int pos = 0;
+        std::unique_ptr<CCalcNode> root(calc->Compile(u"twice('ab')", &pos));
+        ASSERT_TRUE(root);
+        CString out;
+        CCalcNode* pending = nullptr;
+        EXPECT_EQ(calc->Calculate(root.get(), out, pending, c.bCheck, 0), c.code) << c.flags << c.bCheck;
+        EXPECT_EQ(out.ToUtf8(), c.out);
+        EXPECT_EQ(pending, c.code == CALC_DONE ? nullptr : root->GetAt(0));
+        if (c.code == CALC_DONE) {
+            root->GetText(out, 1);
+            EXPECT_EQ(out.ToUtf8(), "'abab'");
+        }
+    }
+}
+
 TEST(Calculator, FailingFunctionsReport1072) {
     TestProvider provider;
     for (const char* formula : {"sqrt(-1)", "sum()", "sum(1, 'x')", "pow(2, -1)", "1+log(0)"}) {
@@ -165,6 +203,8 @@ TEST(Calculator, CompileErrorsGiveTheMessageAndPosition) {
         {"1_x(2)", 1, "E1001:1_x(2)"},    {"*2", 0, "E1003:*2"},
         {"a'b'", 1, "E1003:a'b'"},        {"sum(1)x", 6, "E1003:sum(1)x"},
         {"2*-3", 2, "E1003:2*-3"},        // a minus is unary only first or after a comparison
+        {"1 >< 2", 3, "E1003:1 >< 2"},    {"a!==b", 2, "E1003:a!==b"},  // no such operator: start + 1
+        {"(1,2)", 2, "E1003:(1,2)"},      {"f.g(1)", 1, "E1000:f.g(1)"},
     };
     for (const auto& c : cases) {
         TestHost host;
@@ -173,6 +213,37 @@ TEST(Calculator, CompileErrorsGiveTheMessageAndPosition) {
         EXPECT_EQ(o.errorPos, c.pos) << c.formula;
         EXPECT_EQ(o.errorText, c.errorText) << c.formula;
         EXPECT_EQ(o.errorCode, 0) << c.formula;  // conversion failures leave it alone
+    }
+}
+
+// The kinds of a converted tree in pre-order, children in brackets.
+std::string Shape(CCalcNode* node) {
+    std::string shape = std::to_string(node->GetKind());
+    if (node->GetCount() == 0) return shape;
+    shape += "[";
+    for (int i = 0; i < node->GetCount(); ++i) shape += (i ? "," : "") + Shape(node->GetAt(i));
+    return shape + "]";
+}
+
+TEST(Converter, TreeShapes) {
+    struct Case { const char* text; const char* shape; const char* written; } cases[] = {
+        {"", "1", ""},                             {"()", "1[2]", "()"},
+        {"sum(1,2)", "1[3[4[6],4[6]]]", "sum(1,2)"}, {"f()", "1[3[4]]", "f()"},
+        {"not(a)", "1[8,2[5]]", "!(a)"},          {"a!=b", "1[5,8,5]", "a<>b"},
+        {"a==b", "1[5,8,5]", "a=b"},              {"'x' + -1 ", "1[7,8,8,6]", "'x'+-1"},
+    };
+    for (const auto& c : cases) {
+        const CString text = CString::FromUtf8(c.text);
+        CUIntArray starts, ends;
+        CVek::FindQuotes(text, starts, ends, u"\"'", 0);
+        CCalcNode root(nullptr, NodeRoot);
+        int pos = 0;
+        qorcalc::calc::ConvertError error;
+        ASSERT_EQ(qorcalc::calc::Convert({text, starts, ends}, pos, &root, error), 1) << c.text;
+        EXPECT_EQ(Shape(&root), c.shape) << c.text;
+        CString written;
+        root.GetFormula(written);
+        EXPECT_EQ(written.ToUtf8(), c.written) << c.text;
     }
 }
 
@@ -185,6 +256,41 @@ TEST(Calculator, MixedTypesFailTheCheckOutsideTheComplexMode) {
     EXPECT_EQ(o.code, CALC_ERROR);
     EXPECT_EQ(o.errorPos, 2);
     EXPECT_EQ(o.errorText, "E1005:1+'a'");
+
+    // An answer that mixes the types fails the answer, with the answered
+    // list's text.
+    struct Case { const char* formula; const char* errorText; } cases[] = {
+        {"1+a", "E1005:1+'x'"}, {"f(2, (1+a))", "E1005:(1+'x')"}, {"'y'+a", ""},
+    };
+    CUtilityCalc::Calc_EnableComplex(0);
+    for (const auto& c : cases) {
+        TestHost answering;
+        answering.names = {{"a", "'x'"}};
+        const Outcome answered = answering.Run(c.formula);
+        EXPECT_EQ(answered.code == CALC_ERROR, *c.errorText != 0) << c.formula;
+        if (*c.errorText) {
+            EXPECT_EQ(answered.errorCode, 1005) << c.formula;
+            EXPECT_EQ(answered.errorText, c.errorText) << c.formula;
+        }
+    }
+    CUtilityCalc::Calc_EnableComplex(1);
+}
+
+// A calculator interface copied keeps the error code it was copied from.
+TEST(Calculator, CopiesCarryTheErrorCode) {
+    struct Probe : ICalc {
+        explicit Probe(int code) { m_nErrorCode = code; }
+        CFuncMnger* GetFuncMnger() override { return nullptr; }
+        CCalcNode* Compile(const char16_t*, int*) override { return nullptr; }
+        int SetTermValue(CCalcNode*, CCalcNode*, const CString&) override { return 0; }
+        int Calculate(CCalcNode*, CString&, CCalcNode*&, int, uint8_t) override { return CALC_ERROR; }
+    };
+    Probe failed(1072);
+    Probe copy(failed);
+    EXPECT_EQ(copy.GetLastErrorCode(), 1072);
+    Probe assigned(0);
+    assigned = failed;
+    EXPECT_EQ(assigned.GetLastErrorCode(), 1072);
 }
 
 TEST(Calculator, SpacingOfLogicalOperators) {
@@ -192,6 +298,8 @@ TEST(Calculator, SpacingOfLogicalOperators) {
         {"a||b&&c", "a || b && c"}, {"'x||y'", "'x||y'"}, {"a&b", "a&b"},
         {"a || b", "a || b"},       {"a|||b", "a || |b"}, {"&&", "&&"},
         {"\"q'||\"||1", "\"q'||\" || 1"},
+        // the blank before a pair is looked for in the text as it grows
+        {"a&&&&b", "a && && b"},    {"a&&||b", "a && || b"},
     };
     for (const auto& c : cases) {
         CString text = CString::FromUtf8(c.in);

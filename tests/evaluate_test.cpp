@@ -95,9 +95,12 @@ TEST(EvaluateList, Values) {
         {"1 < - 1", "0"}, {"- 1 < 1", "1"}, {"1 + 1 = 2", "1"}, {"2 >= 2", "1"}, {"2 * 3 > 5", "1"},
         {"1 < 2 < 3", "E1003:1<2<3"}, {"'a' < 'b'", "1"}, {"'abc' = 1", "0"}, {"'abc' > 1", "1"},
         {"'2' = 2", "1"}, {"- '3' = -3", "1"}, {"1 <", "E1003:1<"},
-        // logical segments: an or ends the list, an and short-circuits
+        // logical segments: an or ends the list, an and does not; a later
+        // segment that fails is reported with the list as it stands, already
+        // holding the value of the segments before it
         {"0 || 1 && 0", "0"}, {"1 || 0 && 0", "1"}, {"! 0", "1"}, {"! 1 && 1", "0"}, {"1 and 2 > 1", "1"},
-        {"0 && ! 0", "0"}, {"1 || 1 < 2 < 3", "1"}, {"0 && 1 < 2 < 3", "E1003:1<2<3"},
+        {"0 && ! 0", "0"}, {"1 || 1 < 2 < 3", "1"}, {"0 && 1 < 2 < 3", "E1003:0"},
+        {"'ab' && 'x' * 2", "E1003:'ab'"},
         {"1 + 1 && 2 - 2", "0"}, {"'x' || 0", "0"}, {"0 || !", "1"},
         // the complex mode's conversions
         {"'3' - '1'", "2"}, {"'3' + '1'", "'31'"}, {"1 + 'a' + 2", "'1a2'"}, {"5 / 0 + 'abc'", "'∞'"},

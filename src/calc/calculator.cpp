@@ -54,7 +54,9 @@ void SpaceLogicalOperators(CString& text) {
         } else if (c == u'"' || c == u'\'') {
             quote = c;
         } else if ((c == u'|' || c == u'&') && i + 1 < in.size() && in[i + 1] == c) {
-            if (i > 0 && in[i - 1] != u' ') out += u' ';
+            // The character before the pair is that of the growing text: a
+            // blank just put after an earlier pair counts.
+            if (!out.empty() && out.back() != u' ') out += u' ';
             out += c;
             out += c;
             if (i + 2 < in.size() && in[i + 2] != u' ') out += u' ';

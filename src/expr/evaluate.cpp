@@ -216,16 +216,16 @@ bool ReduceSegment(CCalcNode* node, uint8_t format, uint32_t& errorCode) {
 // operand (or, when none follows, the result).
 int EvaluateLogic(CCalcNode* node, uint8_t format, uint32_t& errorCode, CString& errorText) {
     std::vector<Segment> segments = SplitSegments(node->Children());
-    // Each segment is reduced as a list of the node's own kind, so that a
-    // failing segment is reported as the list text it is.
-    const uint8_t listKind = node->GetKind();
+    // A segment's value is folded into the node itself, which then holds
+    // that value (and its kind) while the next segment is reduced in it; a
+    // later segment that fails is reported with the node's text as it then
+    // stands.
     int acc = 0;
     bool pendingNot = false;
     uint8_t last = OpNone;
     int ok = 1;
     for (Segment& segment : segments) {
         if (segment.op == OpNone) {
-            node->SetKind(listKind);
             node->Children().swap(segment.nodes);
             if (!ReduceSegment(node, format, errorCode)) {
                 FormatError(node, errorCode, errorText);

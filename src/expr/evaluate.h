@@ -28,7 +28,9 @@ CCalcNode* NextStep(CCalcNode* root, int& code);
 
 // Reduces the operator list of a root, group or argument node to one value
 // held by the node.  On failure returns 0 with the message id and its text,
-// formatted with the list's formula text.  A list whose single comparison
+// formatted with the node's formula text as the partial reduction left it
+// (after a logical operator the node already holds the value so far, and
+// that value is what it writes).  A list whose single comparison
 // remains after its arithmetic keeps three children: call again while the
 // node has children.
 int EvaluateList(CCalcNode* node, uint8_t format, uint32_t& errorCode, CString& errorText);
