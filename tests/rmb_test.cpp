@@ -27,6 +27,7 @@ TEST(Rmb, Amounts) {
         {"1,234.567", 1, "壹仟贰佰叁拾肆元伍角柒分"}, {"1 234.5", 1, "壹仟贰佰叁拾肆元伍角整"},
         {"-12.3", 1, "负壹拾贰元叁角整"}, {"-12.3", 0, "负壹拾贰元叁角"},  {"0.995", 1, "壹元整"},
         {"9.999", 0, "壹拾元"},          {"0.004", 1, "零元整"},           {"-0012.005", 1, "负壹拾贰元零壹分"},
+        {"-5.001", 1, "负伍元整"},       {"-0.004", 1, "零元整"},
         // Fourteen integer digits or anything but a number is refused; leading zeros are no digits.
         {"10000000000000", 1, nullptr},  {"-10000000000000", 1, nullptr},  {tenThousandDigits.c_str(), 1, nullptr},
         {"12a", 1, nullptr}, {"1-2", 1, nullptr}, {"1.2x", 1, nullptr}, {"1.2.3", 1, nullptr}, {"--1", 1, nullptr},

@@ -254,10 +254,13 @@ void CUtilityCalc::RoundStr(CString& number, int decimals) {
         carry = up && AddOne(fraction);
         DropTrailingZeros(fraction);
     }
+    // Only a zero result loses its sign ("-0.004" to 2 decimals is "0.00", never
+    // "-0.00"); any other keeps it: "-5.4" to 0 decimals is "-5" and "-5.001" to
+    // 2 is "-5.00", which the signed rounding of Double2Int64 and of amounts needs.
     bool negative = hadMinus;
     if (integer.empty()) {
         integer.push_back(u'0');
-        if (!carry && fraction.empty()) negative = false;  // no "-0"
+        if (!carry && fraction.empty()) negative = false;
     }
     if (carry && AddOne(integer)) integer.insert(0, 1, u'1');
     if (n >= 0 && m > 0) fraction.resize(static_cast<size_t>(m), u'0');
