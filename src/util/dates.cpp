@@ -14,7 +14,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cmath>
 #include <cstdlib>
 #include <string_view>
 
@@ -64,10 +63,6 @@ void ReadEightDigits(std::u16string_view text, std::array<int, kFieldCount>& fie
 }
 
 bool AllDigits(std::u16string_view text) { return std::all_of(text.begin(), text.end(), IsAsciiDigit); }
-
-bool ReadBound(const CString& text, COleDateTime& bound) {
-    return CUtilityCalc::String2Time(text, &bound, 1) && bound.GetStatus() == COleDateTime::valid;
-}
 
 // --- FormatDate --------------------------------------------------------------
 
@@ -162,13 +157,19 @@ CString FieldText(DateField field, const Slot& slot, const COleDateTime& date) {
     return CString();
 }
 
-// "+08:00" for a zone eight hours east of UTC.  The offset is rounded to
-// the minute, so a span read a hair off a whole minute still names it.
+// "+08:00" for a zone eight hours east of UTC.  The span (UTC minus local
+// time) is taken one second short before its hours and minutes are read, so
+// that a span read a hair past a whole minute still names that minute.  West
+// of Greenwich the shortened span falls below the whole offset, and the text
+// reads one minute short of it ("-04:59" five hours west); hosts rely on the
+// text as it stands.
 CString ZoneText() {
-    const COleDateTimeSpan utcMinusLocal = CGlobalInfo::GetInstance()->GetLocalDateTimeSpan();
-    const long minutes = std::lround(-utcMinusLocal.GetTotalMinutes());
+    const COleDateTimeSpan span =
+        CGlobalInfo::GetInstance()->GetLocalDateTimeSpan() + COleDateTimeSpan(0, 0, 0, -1);
+    const int hours = -span.GetHours();
+    const int minutes = -span.GetMinutes();
     CString text;
-    text.Format(u"%c%02d:%02d", minutes < 0 ? u'-' : u'+', std::labs(minutes) / 60, std::labs(minutes) % 60);
+    text.Format(u"%c%02d:%02d", hours < 0 || minutes < 0 ? u'-' : u'+', std::abs(hours), std::abs(minutes));
     return text;
 }
 
@@ -209,16 +210,17 @@ int CUtilityCalc::CompareDateTime(const COleDateTime& a, const COleDateTime& b, 
     return order(a.GetDay(), b.GetDay());
 }
 
-// A bound that is empty, unreadable or a null date does not limit the value.
-// A value that is not empty but reads as a null date (blanks) lies below any
-// minimum.
+// A bound that is empty or unreadable does not limit the value.  Null dates
+// compare as CompareDateTime orders them: a null maximum lies below every real
+// value, and a value of blanks (a null date) lies below any real minimum.
 int CUtilityCalc::IsValidDate(CString& value, const CString& minimum, const CString& maximum) {
     if (minimum.IsEmpty() && maximum.IsEmpty()) return 1;
     COleDateTime date;
     if (!String2Time(value, &date, 1)) value.Empty();
     COleDateTime bound;
-    if (ReadBound(minimum, bound) && (value.IsEmpty() || CompareDateTime(date, bound, 0) < 0)) return 0;
-    if (value.IsEmpty() || !ReadBound(maximum, bound)) return 1;
+    const bool hasMinimum = !minimum.IsEmpty() && String2Time(minimum, &bound, 1);
+    if (hasMinimum && (value.IsEmpty() || CompareDateTime(date, bound, 0) < 0)) return 0;
+    if (maximum.IsEmpty() || value.IsEmpty() || !String2Time(maximum, &bound, 1)) return 1;
     return CompareDateTime(date, bound, 0) <= 0;
 }
 

@@ -69,16 +69,17 @@ bool ReadPair(const CFuncPara* para, int argc, COleDateTime& d1, COleDateTime& d
 }
 
 // Half a second in days.  It is added to a difference in hours or minutes
-// so that one a hair short of a whole unit, as the day doubles give it,
-// still counts the unit; it is added to the size of the difference, so that
-// earlier-than differences count alike.
+// as the count stands, sign included, so that a positive difference a hair
+// short of a whole unit, as the day doubles give it, still counts the unit.
+// A negative difference thereby counts one unit less when it is whole
+// (eleven o'clock to ten o'clock is 0 hours); hosts rely on these counts as
+// they stand.
 constexpr double kHalfSecond = 5.787037037037037e-06;
 
 // Truncated toward zero; a count beyond 32 bits saturates.
 int WholeUnits(double units) {
-    const double size = std::trunc(std::fabs(units) + kHalfSecond);
-    const double limited = std::min(size, static_cast<double>(INT_MAX));
-    return static_cast<int>(units < 0 ? -limited : limited);
+    const double whole = std::trunc(units + kHalfSecond);
+    return static_cast<int>(std::clamp(whole, static_cast<double>(INT_MIN), static_cast<double>(INT_MAX)));
 }
 
 int DifInUnits(CFuncPara* para, int argc, double unitsPerDay) {
