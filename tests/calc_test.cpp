@@ -164,56 +164,52 @@ TEST(Calculator, HostItemsOfTheManager) {
     }
 }
 
-TEST(Calculator, FailingFunctionsReport1072) {
-    TestProvider provider;
-    for (const char* formula : {"sqrt(-1)", "sum()", "sum(1, 'x')", "pow(2, -1)", "1+log(0)"}) {
-        TestHost host;
-        const Outcome o = host.Run(formula);
-        EXPECT_EQ(o.code, CALC_ERROR) << formula;
-        EXPECT_EQ(o.errorCode, 1072) << formula;
-        EXPECT_EQ(o.errorText, "E1072:%s") << formula;
-    }
-}
+// Every failure: the code is CALC_ERROR, with the calculator's error code
+// (conversion failures leave it at 0), the compile's error position (-1 once
+// compiled) and the last error text.
+struct FailureCase {
+    const char* formula;
+    int errorCode;
+    int pos;
+    const char* errorText;
+};
 
-TEST(Calculator, ReductionFailuresReportTheFormula) {
+void ExpectFailures(const std::vector<FailureCase>& cases) {
     TestProvider provider;
-    struct Case { const char* formula; int errorCode; const char* errorText; } cases[] = {
-        {"1<2<3", 1003, "E1003:1<2<3"},
-        {"'a'*2", 1003, "E1003:'a'*2"},
-    };
     for (const auto& c : cases) {
         TestHost host;
         const Outcome o = host.Run(c.formula);
         EXPECT_EQ(o.code, CALC_ERROR) << c.formula;
         EXPECT_EQ(o.errorCode, c.errorCode) << c.formula;
+        EXPECT_EQ(o.errorPos, c.pos) << c.formula;
         EXPECT_EQ(o.errorText, c.errorText) << c.formula;
     }
 }
 
+TEST(Calculator, FailingFunctionsAndReductionsReportTheirMessage) {
+    ExpectFailures({
+        {"sqrt(-1)", 1072, -1, "E1072:%s"},   {"sum()", 1072, -1, "E1072:%s"},
+        {"sum(1, 'x')", 1072, -1, "E1072:%s"}, {"pow(2, -1)", 1072, -1, "E1072:%s"},
+        {"1+log(0)", 1072, -1, "E1072:%s"},
+        {"1<2<3", 1003, -1, "E1003:1<2<3"},   {"'a'*2", 1003, -1, "E1003:'a'*2"},
+    });
+}
+
 TEST(Calculator, CompileErrorsGiveTheMessageAndPosition) {
-    TestProvider provider;
-    struct Case { const char* formula; int pos; const char* errorText; } cases[] = {
-        {"1 2", 2, "E1003:1 2"},          {"(1", 0, "E1070:(1"},
-        {"1)", 1, "E1070:1)"},            {"1,2", 1, "E1003:1,2"},
-        {"12a", 2, "E1001:12a"},          {"a b", 2, "E1003:a b"},
-        {"f(1", 3, "E1070:f(1"},          {"f(g(1)", 6, "E1070:f(g(1)"},
-        {"1 +* 2", 3, "E1003:1 +* 2"},    {"()", 0, "E1003:()"},
-        {"a&&", 2, "E1003:a &&"},        {"1e3", 1, "E1001:1e3"},
-        {"_", 0, "E1068:_"},              {"a%b", 1, "E1068:a%b"},
-        {"1_x(2)", 1, "E1001:1_x(2)"},    {"*2", 0, "E1003:*2"},
-        {"a'b'", 1, "E1003:a'b'"},        {"sum(1)x", 6, "E1003:sum(1)x"},
-        {"2*-3", 2, "E1003:2*-3"},        // a minus is unary only first or after a comparison
-        {"1 >< 2", 3, "E1003:1 >< 2"},    {"a!==b", 2, "E1003:a!==b"},  // no such operator: start + 1
-        {"(1,2)", 2, "E1003:(1,2)"},      {"f.g(1)", 1, "E1000:f.g(1)"},
-    };
-    for (const auto& c : cases) {
-        TestHost host;
-        const Outcome o = host.Run(c.formula);
-        EXPECT_EQ(o.code, CALC_ERROR) << c.formula;
-        EXPECT_EQ(o.errorPos, c.pos) << c.formula;
-        EXPECT_EQ(o.errorText, c.errorText) << c.formula;
-        EXPECT_EQ(o.errorCode, 0) << c.formula;  // conversion failures leave it alone
-    }
+    ExpectFailures({
+        {"1 2", 0, 2, "E1003:1 2"},          {"(1", 0, 0, "E1070:(1"},
+        {"1)", 0, 1, "E1070:1)"},            {"1,2", 0, 1, "E1003:1,2"},
+        {"12a", 0, 2, "E1001:12a"},          {"a b", 0, 2, "E1003:a b"},
+        {"f(1", 0, 3, "E1070:f(1"},          {"f(g(1)", 0, 6, "E1070:f(g(1)"},
+        {"1 +* 2", 0, 3, "E1003:1 +* 2"},    {"()", 0, 0, "E1003:()"},
+        {"a&&", 0, 2, "E1003:a &&"},         {"1e3", 0, 1, "E1001:1e3"},
+        {"_", 0, 0, "E1068:_"},              {"a%b", 0, 1, "E1068:a%b"},
+        {"1_x(2)", 0, 1, "E1001:1_x(2)"},    {"*2", 0, 0, "E1003:*2"},
+        {"a'b'", 0, 1, "E1003:a'b'"},        {"sum(1)x", 0, 6, "E1003:sum(1)x"},
+        {"2*-3", 0, 2, "E1003:2*-3"},        // a minus is unary only first or after a comparison
+        {"1 >< 2", 0, 3, "E1003:1 >< 2"},    {"a!==b", 0, 2, "E1003:a!==b"},  // no such operator: start + 1
+        {"(1,2)", 0, 2, "E1003:(1,2)"},      {"f.g(1)", 0, 1, "E1000:f.g(1)"},
+    });
 }
 
 // The kinds of a converted tree in pre-order, children in brackets.
