@@ -3,7 +3,7 @@ BUILD      ?= build
 JOBS       ?= $(shell nproc 2>/dev/null || echo 2)
 CMAKE_ARGS ?=
 
-.PHONY: all setup configure build test demo sanitize bench clean
+.PHONY: all setup configure build test demo sanitize bench fuzz clean
 
 all: build
 
@@ -35,5 +35,13 @@ bench:
 	@$(CMAKE_BUILD) build-bench -j $(JOBS)
 	@for b in build-bench/bench/qorcalc_bench*; do [ -x "$$b" ] && "$$b"; done
 
+# Each libFuzzer target for FUZZ_SECONDS (clang, AddressSanitizer and UBSan).
+FUZZ_SECONDS ?= 60
+fuzz: setup
+	@CXX=clang++ cmake -S . -B build-fuzz -DQORCALC_FUZZ=ON -DQORCALC_TESTS=OFF >/dev/null
+	@$(CMAKE_BUILD) build-fuzz -j $(JOBS)
+	@for f in build-fuzz/fuzz/qorcalc_fuzz_*; do mkdir -p build-fuzz/corpus/$$(basename $$f); \
+	  $$f build-fuzz/corpus/$$(basename $$f) -max_total_time=$(FUZZ_SECONDS) -max_len=512 -timeout=10 || exit 1; done
+
 clean:
-	rm -rf build build-asan build-bench
+	rm -rf build build-asan build-bench build-fuzz
