@@ -9,15 +9,25 @@ namespace qorcalc::expr {
 
 namespace {
 
+// The walk runs over the whole tree once per step, so it reads kinds and
+// children through CCalcNode's own inline accessors instead of a virtual
+// call per node and field.
+uint8_t KindOf(CCalcNode* node) { return node->CCalcNode::GetKind(); }
+
+CCalcNode* FirstChild(CCalcNode* node) {
+    const std::vector<CCalcNode*>& children = node->Children();
+    return children.empty() ? nullptr : children.front();
+}
+
 bool IsIfCall(CCalcNode* node) {
-    return node->GetKind() == NodeFunction && node->RawText().CompareNoCase(u"IF") == 0;
+    return KindOf(node) == NodeFunction && node->RawText().CompareNoCase(u"IF") == 0;
 }
 
 // The deepest IF call on the chain of first children from `node` (itself
 // included), or null.
 CCalcNode* DeepestIfOnFirstChain(CCalcNode* node) {
     CCalcNode* found = nullptr;
-    for (CCalcNode* n = node; n; n = n->GetAt(0)) {
+    for (CCalcNode* n = node; n; n = FirstChild(n)) {
         if (IsIfCall(n)) found = n;
     }
     return found;
@@ -54,15 +64,15 @@ void PruneIf(CCalcNode* call) {
 
 // The step a node asks for once none of its children needs work.
 CCalcNode* OwnStep(CCalcNode* node, int& code) {
-    const int count = node->GetCount();
-    switch (node->GetKind()) {
+    const size_t count = node->Children().size();
+    switch (KindOf(node)) {
     case NodeRoot:
         if (count > 1) {
             code = STEP_EVALUATE;
             return node;
         }
         // The root takes the value of its last operand and is done.
-        if (CCalcNode* only = node->GetAt(0)) node->CopyValue(*only);
+        if (CCalcNode* only = FirstChild(node)) node->CopyValue(*only);
         node->RemoveAll();
         break;
     case NodeGroup:
@@ -102,8 +112,8 @@ Entered Enter(CCalcNode* node, bool chainHasNoIf, std::vector<Frame>& open, CCal
             PruneIf(call);
         }
     }
-    if (node->GetCount() == 0) {
-        if (node->GetKind() != NodeName) return Entered::Leaf;
+    if (node->Children().empty()) {
+        if (KindOf(node) != NodeName) return Entered::Leaf;
         found = node;
         code = STEP_NAME;
         return Entered::Found;
