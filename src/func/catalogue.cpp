@@ -178,10 +178,17 @@ int FindBuiltin(const char16_t* name) {
     if (!name) return -1;
     // Only ASCII letters are folded, as in the lookup, so that the process
     // locale (a Turkish dotless i, say) never hides a built-in.
-    std::u16string key(name);
-    for (char16_t& ch : key)
-        if (ch >= u'A' && ch <= u'Z') ch = static_cast<char16_t>(ch - u'A' + u'a');
-    const int index = TheCatalogue().lookup.BSearch(key.c_str());
+    // Folded in a small buffer: no built-in name comes near its length, so a
+    // longer name is no built-in and the lookup allocates nothing.
+    char16_t key[32];
+    size_t n = 0;
+    for (; name[n]; ++n) {
+        if (n + 1 == sizeof key / sizeof key[0]) return -1;
+        const char16_t ch = name[n];
+        key[n] = ch >= u'A' && ch <= u'Z' ? static_cast<char16_t>(ch - u'A' + u'a') : ch;
+    }
+    key[n] = 0;
+    const int index = TheCatalogue().lookup.BSearch(key);
     // The lookup may hold one empty string after the last name (the blob ends
     // with a terminator); it is no built-in.
     return index >= 0 && index < kBuiltinCount ? index : -1;
