@@ -17,6 +17,9 @@ TEST(CMem, EditsAreClampedToTheBlock) {
     mem.Delete(99, 1);         // outside: nothing
     mem.Add(nullptr, 5);
     EXPECT_EQ(std::string(reinterpret_cast<const char*>(mem.GetData()), mem.GetSize()), ">abc");
+    mem.Add(mem.GetData(), mem.GetSize());  // its own bytes
+    mem.Insert(1, mem.GetData() + 4, 4);
+    EXPECT_EQ(std::string(reinterpret_cast<const char*>(mem.GetData()), mem.GetSize()), ">>abcabc>abc");
 }
 
 TEST(CBuffer, ConvertsBetweenUtf16AndUtf8) {

@@ -4,6 +4,11 @@
 
 #include <gtest/gtest.h>
 
+#include "support/text.h"
+
+#include <climits>
+#include <clocale>
+#include <cmath>
 #include <string>
 
 namespace {
@@ -91,6 +96,7 @@ TEST(CStringFormat, Directives) {
         {f(u"%.3f", -0.0005), "-0.001"},
         {f(u"%x %X %#x", 255, 255, 255), "ff FF 0xff"},
         {f(u"%.2s", u"abc"), "ab"},
+        {f(u"%E %G %F %e %g", INFINITY, NAN, -INFINITY, 1.5, NAN), "INF NAN -INF 1.500000e+00 nan"},
     };
     for (const auto& c : cases) EXPECT_EQ(U8(c.got), c.want);
 }
@@ -104,11 +110,57 @@ TEST(CStringFormat, HostileFormatTextIsLiteral) {
         {f(u"%.99999999f", 1.0), "%.99999999f"},             // absurd precision
         {f(u"end %"), "end %"},
         {f(u"%s", static_cast<const char16_t*>(nullptr)), ""},
+        // The format or an argument may be the string being written.
+        {[] { CString s(u"ab"); s.Format(u"(%s)", s); return s; }(), "(ab)"},
+        {[] { CString s(u"x%%y"); s.Format(s); return s; }(), "x%y"},
+        {[] { CString s(u"abcdefgh%%"); s.AppendFormat(s); return s; }(), "abcdefgh%%abcdefgh%"},
     };
     for (const auto& c : cases) EXPECT_EQ(U8(c.got), c.want);
     CString s;
     s.Format(nullptr, 1);
     EXPECT_TRUE(s.IsEmpty());
+}
+
+// The C runtime counterparts read numbers the same under every locale: ASCII
+// digits only, a fixed set of white space, saturation at the type's limits.
+TEST(TextRuntime, IntegersReadTheSameUnderEveryLocale) {
+    using qorcalc::support::wtoi;
+    using qorcalc::support::wtoi64;
+    struct Case { const char16_t* text; int i; int64_t i64; } cases[] = {
+        {u"  42x", 42, 42},           {u"\t\r\n-17", -17, -17},   {u"+5", 5, 5},
+        {u"- 5", 0, 0},               {u"+-5", 0, 0},                {u"", 0, 0},
+        {nullptr, 0, 0},              {u"\u06637", 0, 0},            {u"\uFF117", 0, 0},
+        {u"\u3000 7", 7, 7},          {u"\u00A0\u20037", 7, 7},      {u"\u200B7", 0, 0},
+        {u"2147483647", INT_MAX, 2147483647},     {u"2147483648", INT_MAX, 2147483648},
+        {u"-2147483648", INT_MIN, -2147483648LL},  {u"-2147483649", INT_MIN, -2147483649LL},
+        {u"9223372036854775807", INT_MAX, INT64_MAX}, {u"9223372036854775808", INT_MAX, INT64_MAX},
+        {u"-9223372036854775808", INT_MIN, INT64_MIN}, {u"-99999999999999999999", INT_MIN, INT64_MIN},
+    };
+    const std::string saved = std::setlocale(LC_ALL, nullptr);
+    for (const char* locale : {"C", "C.UTF-8"}) {
+        if (!std::setlocale(LC_ALL, locale)) continue;
+        for (const auto& c : cases) {
+            EXPECT_EQ(wtoi(c.text), c.i) << locale << " " << U8(CString(c.text));
+            EXPECT_EQ(wtoi64(c.text), c.i64) << locale << " " << U8(CString(c.text));
+        }
+        EXPECT_EQ(U8(CString(u"\u3000 1.5\u2003").Trim()), "1.5") << locale;
+        EXPECT_EQ(U8(CString(u"\u200B1.5").Trim()), "\u200B1.5") << locale;
+    }
+    std::setlocale(LC_ALL, saved.c_str());
+}
+
+// ASCII letters change case the same under every locale, so that a Turkish
+// dotless i cannot hide a name; other letters follow the locale.
+TEST(TextRuntime, AsciiCaseIgnoresATurkishLocale) {
+    const std::string saved = std::setlocale(LC_ALL, nullptr);
+    if (!std::setlocale(LC_ALL, "tr_TR.UTF-8")) GTEST_SKIP() << "no tr_TR.UTF-8 locale";
+    EXPECT_EQ(U8(CString(u"if").MakeUpper()), "IF");
+    EXPECT_EQ(U8(CString(u"MIN").MakeLower()), "min");
+    EXPECT_EQ(U8(CString(u"\u00e9").MakeUpper()), "\u00c9");
+    EXPECT_EQ(CString(u"IF").CompareNoCase(u"if"), 0);
+    EXPECT_EQ(CString(u"IF").CollateNoCase(u"if"), 0);
+    EXPECT_EQ(CString(u"\u00c9T\u00c9").CollateNoCase(u"\u00e9t\u00e9"), 0);
+    std::setlocale(LC_ALL, saved.c_str());
 }
 
 }  // namespace

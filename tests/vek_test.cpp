@@ -167,6 +167,18 @@ TEST(CVekUInt, FindAndSort) {
     EXPECT_EQ(a.Items(), (std::vector<uint32_t>{0xFFFFFFFFu, 5, 1, 1, 0}));
 }
 
+TEST(Collections, AppendMayTakeTheArrayItself) {
+    CStringArray texts;
+    texts.Add(u"x");
+    texts.Add(u"y");
+    EXPECT_EQ(texts.Append(texts), 2);
+    EXPECT_EQ(Items(texts), (std::vector<std::string>{"x", "y", "x", "y"}));
+    CUIntArray numbers;
+    for (uint32_t v : {1u, 2u, 3u}) numbers.Add(v);
+    EXPECT_EQ(numbers.Append(numbers), 3);
+    EXPECT_EQ(numbers.Items(), (std::vector<uint32_t>{1, 2, 3, 1, 2, 3}));
+}
+
 TEST(CVekHostile, HugeTexts) {
     const int n = 100000;
     CUIntArray starts, ends;

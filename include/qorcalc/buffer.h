@@ -27,7 +27,8 @@ public:
 
     void Add(const void* data, uint32_t size);
     void AddByte(uint8_t byte) { m_bytes.push_back(byte); }
-    // Inserts at `pos` (appends past the end).
+    // Inserts at `pos` (appends past the end).  Add and Insert may be given
+    // bytes of this block itself.
     void Insert(uint32_t pos, const void* data, uint32_t size);
     // Removes up to `size` bytes from `pos`.
     void Delete(uint32_t pos, uint32_t size);

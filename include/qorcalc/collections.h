@@ -64,9 +64,13 @@ public:
         m_items.erase(m_items.begin() + static_cast<std::ptrdiff_t>(from),
                       m_items.begin() + static_cast<std::ptrdiff_t>(from + n));
     }
+    // `other` may be this array: with the room reserved first, nothing it
+    // holds moves while it is copied.
     int Append(const CArrayT& other) {
         const int first = GetSize();
-        m_items.insert(m_items.end(), other.m_items.begin(), other.m_items.end());
+        const size_t n = other.m_items.size();
+        m_items.reserve(m_items.size() + n);
+        for (size_t i = 0; i < n; ++i) m_items.push_back(other.m_items[i]);
         return first;
     }
     void Copy(const CArrayT& other) { m_items = other.m_items; }

@@ -2,7 +2,9 @@
 // IStreamInput, with memory-backed implementations.
 //
 // Values are little-endian.  Every read reports success (non-zero) or
-// failure (0, the value untouched); a failed read never consumes input.
+// failure (0, the value untouched); a failed read of a value never consumes
+// input.  A failed ReadMem has consumed the block's count and leaves the
+// block empty or untouched.
 // The second argument of each call is a flag kept for the host's own
 // streams; the memory streams ignore it.  A memory block is written as its
 // 32-bit byte count followed by the bytes, and reading one checks that the

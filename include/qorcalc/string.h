@@ -63,7 +63,8 @@ FormatArg MakeFormatArg(const T& v) {
     }
 }
 
-// Appends `fmt` with its directives filled from `args` to `out`.
+// Appends `fmt` with its directives filled from `args` to `out`; `fmt` and
+// the arguments may point into `out`.
 QORCALC_API void FormatInto(std::u16string& out, const char16_t* fmt, const FormatArg* args,
                             size_t count);
 
@@ -122,7 +123,9 @@ public:
     CString Left(int count) const;
     CString Right(int count) const;
 
-    // Each returns the new length; positions past the end append.
+    // Each returns the new length; positions past the end append.  Delete
+    // removes nothing at a negative index, so that deleting at the -1 of a
+    // failed Find leaves the text alone.
     int Insert(int index, char16_t ch);
     int Insert(int index, const char16_t* text);
     int Delete(int index, int count = 1);
@@ -131,7 +134,8 @@ public:
     int Replace(char16_t from, char16_t to);
     int Replace(const char16_t* from, const char16_t* to);
 
-    // Without an argument these remove white space (iswspace).
+    // Without an argument these remove white space: the Unicode White_Space
+    // characters, the same whatever the locale.
     CString& Trim();
     CString& Trim(char16_t ch);
     CString& Trim(const char16_t* chars);
@@ -150,10 +154,13 @@ public:
     // "-+ 0#", width and precision (each at most 4096), and the length
     // prefixes I64, ll, l, h.  A directive whose argument is missing or does
     // not fit it is copied literally and does not consume the argument.
+    // The format and the arguments may be this string itself: the text is
+    // built aside and only then replaces or extends it.
     template <class... Args>
     void Format(const char16_t* fmt, const Args&... args) {
-        m_str.clear();
-        AppendFormat(fmt, args...);
+        CString text;
+        text.AppendFormat(fmt, args...);
+        m_str.swap(text.m_str);
     }
     template <class... Args>
     void AppendFormat(const char16_t* fmt, const Args&... args) {

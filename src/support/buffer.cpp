@@ -4,16 +4,19 @@
 
 #include <algorithm>
 #include <cstring>
+#include <functional>
 
-void CMem::Add(const void* data, uint32_t size) {
-    if (!data || size == 0) return;
-    const uint8_t* p = static_cast<const uint8_t*>(data);
-    m_bytes.insert(m_bytes.end(), p, p + size);
-}
+void CMem::Add(const void* data, uint32_t size) { Insert(GetSize(), data, size); }
 
+// The bytes may come from this block itself; they are copied aside first,
+// since the insertion moves them.
 void CMem::Insert(uint32_t pos, const void* data, uint32_t size) {
     if (!data || size == 0) return;
     const uint8_t* p = static_cast<const uint8_t*>(data);
+    const std::less<const uint8_t*> before;
+    const bool own = !before(p, m_bytes.data()) && before(p, m_bytes.data() + m_bytes.size());
+    const std::vector<uint8_t> aside = own ? std::vector<uint8_t>(p, p + size) : std::vector<uint8_t>();
+    if (own) p = aside.data();
     const size_t at = std::min<size_t>(pos, m_bytes.size());
     m_bytes.insert(m_bytes.begin() + static_cast<std::ptrdiff_t>(at), p, p + size);
 }

@@ -5,7 +5,6 @@
 #include "support/text.h"
 
 #include <algorithm>
-#include <cwctype>
 
 namespace {
 
@@ -202,12 +201,7 @@ void TrimRightIf(std::u16string& s, Pred drop) {
     s.resize(n);
 }
 
-// ASCII white space is answered without the locale call, which matters on
-// the hot paths that trim every number text.
-bool IsSpace(char16_t ch) {
-    if (ch < 0x80) return ch == u' ' || (ch >= u'\t' && ch <= u'\r');
-    return std::iswspace(static_cast<wint_t>(ch)) != 0;
-}
+using qorcalc::support::iswspace16;
 
 }  // namespace
 
@@ -216,7 +210,7 @@ CString& CString::Trim(char16_t ch) { return TrimRight(ch).TrimLeft(ch); }
 CString& CString::Trim(const char16_t* chars) { return TrimRight(chars).TrimLeft(chars); }
 
 CString& CString::TrimLeft() {
-    TrimLeftIf(m_str, IsSpace);
+    TrimLeftIf(m_str, iswspace16);
     return *this;
 }
 
@@ -231,7 +225,7 @@ CString& CString::TrimLeft(const char16_t* chars) {
 }
 
 CString& CString::TrimRight() {
-    TrimRightIf(m_str, IsSpace);
+    TrimRightIf(m_str, iswspace16);
     return *this;
 }
 

@@ -65,8 +65,7 @@ void FormatInteger(std::u16string& out, const Directive& dir, bool negative, uin
         body.append(static_cast<size_t>(dir.precision) - n, u'0');
     if (!(dir.precision == 0 && magnitude == 0)) {
         for (size_t i = 0; i < n; ++i)
-            body.push_back(dir.type == u'X' ? static_cast<char16_t>(std::toupper(digits[i]))
-                                             : static_cast<char16_t>(digits[i]));
+            body.push_back(static_cast<char16_t>(dir.type == u'X' && digits[i] >= 'a' ? digits[i] - 32 : digits[i]));
     }
     Emit(out, dir, body, prefix, dir.precision < 0);
 }
@@ -82,8 +81,9 @@ void FormatDouble(std::u16string& out, const Directive& dir, double v) {
         body.push_back(u' ');
     const size_t prefix = body.size();
     const double a = std::fabs(v);
+    const bool upper = dir.type == u'E' || dir.type == u'G' || dir.type == u'F';
     if (!std::isfinite(a)) {
-        body.append(std::isnan(a) ? u"nan" : u"inf");
+        body.append(std::isnan(a) ? (upper ? u"NAN" : u"nan") : (upper ? u"INF" : u"inf"));
         Emit(out, dir, body, prefix, false);
         return;
     }
@@ -94,9 +94,8 @@ void FormatDouble(std::u16string& out, const Directive& dir, double v) {
     auto res = std::to_chars(buf.data(), buf.data() + buf.size(), a, fmt,
                              (fmt == std::chars_format::general && precision == 0) ? 1 : precision);
     for (char* p = buf.data(); p < res.ptr; ++p) {
-        char c = *p;
-        if (dir.type == u'E' || dir.type == u'G') c = static_cast<char>(std::toupper(c));
-        body.push_back(static_cast<unsigned char>(c));
+        // The only letter is the exponent's "e", upper-cased without the locale.
+        body.push_back(upper && *p == 'e' ? u'E' : static_cast<char16_t>(static_cast<unsigned char>(*p)));
     }
     Emit(out, dir, body, prefix, true);
 }
@@ -181,8 +180,11 @@ bool Fill(std::u16string& out, const Directive& dir, const FormatArg& arg) {
 
 }  // namespace
 
-void FormatInto(std::u16string& out, const char16_t* fmt, const FormatArg* args, size_t count) {
+void FormatInto(std::u16string& result, const char16_t* fmt, const FormatArg* args, size_t count) {
     if (!fmt) return;
+    // Built aside: the format or an argument may be a view into `result`,
+    // which appending would move.
+    std::u16string out;
     size_t next = 0;
     const char16_t* p = fmt;
     while (*p) {
@@ -206,6 +208,7 @@ void FormatInto(std::u16string& out, const char16_t* fmt, const FormatArg* args,
         // character, so the rest of the directive appears as written.
         out.push_back(*p++);
     }
+    result += out;
 }
 
 }  // namespace qorcalc::detail

@@ -70,7 +70,6 @@ char16_t towlower16(char16_t c) {
 }
 
 bool iswalpha16(char16_t c) { return std::iswalpha(static_cast<wint_t>(c)) != 0; }
-bool iswspace16(char16_t c) { return std::iswspace(static_cast<wint_t>(c)) != 0; }
 
 int wcscmp16(const char16_t* a, const char16_t* b) {
     if (!a) a = u"";
@@ -92,10 +91,16 @@ int wcscoll16(const char16_t* a, const char16_t* b) {
     return Sign(std::wcscoll(ToWide(a).c_str(), ToWide(b).c_str()));
 }
 
+// Folds as towlower16 does (ASCII without the locale), so that a text equal
+// to another ignoring case by CompareNoCase also collates equal to it here.
 int wcsicoll16(const char16_t* a, const char16_t* b) {
     std::wstring x = ToWide(a), y = ToWide(b);
-    for (wchar_t& c : x) c = static_cast<wchar_t>(std::towlower(static_cast<wint_t>(c)));
-    for (wchar_t& c : y) c = static_cast<wchar_t>(std::towlower(static_cast<wint_t>(c)));
+    auto fold = [](wchar_t& c) {
+        c = c < 0x80 ? static_cast<wchar_t>(towlower16(static_cast<char16_t>(c)))
+                     : static_cast<wchar_t>(std::towlower(static_cast<wint_t>(c)));
+    };
+    for (wchar_t& c : x) fold(c);
+    for (wchar_t& c : y) fold(c);
     return Sign(std::wcscoll(x.c_str(), y.c_str()));
 }
 

@@ -3,8 +3,9 @@
 // Ordinal routines (Len, wcscmp16) never depend on the locale.  Case mapping
 // of non-ASCII characters and collation follow the C library's current
 // locale, which the host picks with setlocale; ASCII letters always map
-// A..Z to a..z.  The digit test accepts ASCII "0".."9" only.  Every routine
-// takes a null pointer as the empty text.
+// A..Z to a..z.  The digit test accepts ASCII "0".."9" only, and white
+// space is a fixed set, so that numbers never depend on the locale.  Every
+// routine takes a null pointer as the empty text.
 #pragma once
 
 #include <cstddef>
@@ -20,7 +21,14 @@ inline bool IsAsciiDigit(char16_t c) { return c >= u'0' && c <= u'9'; }
 char16_t towupper16(char16_t c);
 char16_t towlower16(char16_t c);
 bool iswalpha16(char16_t c);
-bool iswspace16(char16_t c);
+// The Unicode White_Space characters, never the locale's: white space
+// decides where a number text starts and ends.  Inline for the paths that
+// trim every number text.
+inline bool iswspace16(char16_t c) {
+    if (c < 0x80) return c == u' ' || (c >= u'\t' && c <= u'\r');
+    return c == 0x85 || c == 0xA0 || c == 0x1680 || (c >= 0x2000 && c <= 0x200A) || c == 0x2028 ||
+           c == 0x2029 || c == 0x202F || c == 0x205F || c == 0x3000;
+}
 
 int wcscmp16(const char16_t* a, const char16_t* b);
 // Ordinal after folding both sides with towlower16.
