@@ -5,20 +5,29 @@
 #   scripts/setup.sh bench    also what the benchmarks need
 set -euo pipefail
 
-packages=(cmake make g++ libgtest-dev libgmock-dev)
+packages=(cmake make g++ libgtest-dev libgmock-dev locales)
 if [ "${1:-}" = bench ]; then
   packages+=(libbenchmark-dev libmuparser-dev)
 fi
+
+SUDO=""
+[ "$(id -u)" -ne 0 ] && SUDO="sudo"
 
 missing=()
 for p in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q 'install ok installed' || missing+=("$p")
 done
-[ ${#missing[@]} -eq 0 ] && exit 0
+if [ ${#missing[@]} -gt 0 ]; then
+  echo "setup: installing ${missing[*]}"
+  export DEBIAN_FRONTEND=noninteractive
+  $SUDO apt-get update -qq
+  $SUDO apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+fi
 
-echo "setup: installing ${missing[*]}"
-SUDO=""
-[ "$(id -u)" -ne 0 ] && SUDO="sudo"
-export DEBIAN_FRONTEND=noninteractive
-$SUDO apt-get update -qq
-$SUDO apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+# The tests check that case and collation behave under a Turkish locale and a
+# UTF-8 one; build them when the machine has not got them.
+for loc in tr_TR C; do
+  locale -a 2>/dev/null | grep -qi "^${loc}\.utf-\?8$" && continue
+  echo "setup: building the ${loc}.UTF-8 locale"
+  $SUDO localedef -i "$loc" -f UTF-8 "${loc}.UTF-8" >/dev/null 2>&1 || echo "setup: could not build ${loc}.UTF-8"
+done
