@@ -250,8 +250,9 @@ TEST(CStringPool, TruncatedAndHostileStreamsFail) {
     const Bytes whole = Stream(PoolOf({u"ab", u"c"}));
     for (size_t n = 0; n < whole.size(); ++n)
         cases.emplace_back(std::to_string(n) + " bytes", Bytes(whole.begin(), whole.begin() + std::ptrdiff_t(n)));
-    for (const auto& [what, bytes] : cases) {
-        ReadBoth(bytes, [&](CStringPool& pool, int ok) {
+    for (const auto& c : cases) {
+        const std::string& what = c.first;
+        ReadBoth(c.second, [&](CStringPool& pool, int ok) {
             EXPECT_EQ(ok, 0) << what;
             EXPECT_EQ(pool.GetSize(), 0) << what;
             EXPECT_EQ(pool.GetTags().GetSize(), 0) << what;
