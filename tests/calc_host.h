@@ -64,13 +64,12 @@ private:
             auto it = names.find(question);
             return it == names.end() ? "'?" + question + "'" : it->second;
         }
+        CStringArray items;
+        CVek::CString2Array(items, CString::FromUtf8(question), u"\r\n");
         std::vector<std::string> parts;
-        size_t start = 0;
-        for (size_t cut; (cut = question.find("\r\n", start)) != std::string::npos; start = cut + 2)
-            parts.push_back(question.substr(start, cut - start));
-        parts.push_back(question.substr(start));
-        const std::string name = parts.front();
-        parts.erase(parts.begin());
+        for (const CString& item : items) parts.push_back(item.ToUtf8());
+        const std::string name = parts.empty() ? std::string() : parts.front();
+        if (!parts.empty()) parts.erase(parts.begin());
         auto it = functions.find(name);
         return it == functions.end() ? "'?" + name + "'" : it->second(parts);
     }

@@ -32,11 +32,9 @@ CString FormulaOf(CCalcNode* node) {
 
 // The call handed to the host: its name, then each argument, "\r\n"-joined.
 void JoinCall(CString& out, const CFuncPara& para) {
-    out = para.m_strFuncName;
-    for (const CString& arg : para.m_arrParas) {
-        out += u"\r\n";
-        out += arg;
-    }
+    CStringArray parts = para.m_arrParas;
+    parts.InsertAt(0, para.m_strFuncName);
+    CVek::Array2CString(out, parts, u"\r\n");
 }
 
 }  // namespace

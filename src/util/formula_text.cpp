@@ -103,17 +103,14 @@ int CUtilityCalc::GetLeftPara(CString& line, CString& text, int remove, int trim
     return 1;
 }
 
+// The buffer forms split the buffer's text as the text forms do; what the
+// split keeps is a suffix (left) or a prefix (right) of it, so the buffer
+// only loses bytes at its front or its end.
 int CUtilityCalc::GetLeftPara(CString& line, CBuffer& text, int remove, int trim) {
-    line.Empty();
-    const std::u16string wide = WideText(text);
-    const size_t at = wide.find(kLineBreak);
-    if (at == std::u16string::npos) return 0;
-    line = CString(wide.substr(0, at));
-    if (remove) text.Delete(0, static_cast<uint32_t>((at + kLineBreak.size()) * 2));
-    if (trim) {
-        line.TrimRight();
-        if (remove) StrBuffer_TrimLeft(text);
-    }
+    CString rest(WideText(text));
+    const int whole = rest.GetLength();
+    if (!GetLeftPara(line, rest, remove, trim)) return 0;
+    if (remove) text.Delete(0, static_cast<uint32_t>(whole - rest.GetLength()) * 2);
     return 1;
 }
 
@@ -131,17 +128,9 @@ int CUtilityCalc::GetRightPara(CString& line, CString& text, int remove, int tri
 }
 
 int CUtilityCalc::GetRightPara(CString& line, CMem& text, int remove, int trim) {
-    line.Empty();
-    const std::u16string wide = WideText(text);
-    const size_t at = wide.rfind(kLineBreak);
-    if (at == std::u16string::npos) return 0;
-    line = CString(wide.substr(at + kLineBreak.size()));
-    if (trim) line.TrimLeft();
-    if (remove) {
-        size_t keep = at;
-        while (trim && keep > 0 && qorcalc::support::iswspace16(wide[keep - 1])) --keep;
-        text.Delete(static_cast<uint32_t>(keep * 2), text.GetSize());
-    }
+    CString rest(WideText(text));
+    if (!GetRightPara(line, rest, remove, trim)) return 0;
+    if (remove) text.Delete(static_cast<uint32_t>(rest.GetLength()) * 2, text.GetSize());
     return 1;
 }
 
