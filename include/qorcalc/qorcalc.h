@@ -17,3 +17,4 @@
 #include <qorcalc/api.h>
 #include <qorcalc/node.h>
 #include <qorcalc/calc.h>
+#include <qorcalc/message_ids.h>
