@@ -1,0 +1,41 @@
+// Message catalogues: the texts of every message id, in English and Chinese,
+// and ready providers for SetLggInterface.
+//
+// This component is apart from the engine: the engine library holds no texts
+// and asks whatever provider the host installed.  A host that wants ours
+// links qorcalc_messages and installs one of the providers below:
+//
+//   SetLggInterface(qorcalc::messages::Provider(qorcalc::messages::Language::English));
+//
+// Invariants: texts are static and never change while the process runs, so a
+// returned pointer stays valid for the life of the process; a provider never
+// returns null (an id without a text yields an empty text); texts that the
+// engine formats hold at most one "%s" and no other directive.
+#pragma once
+
+#include <qorcalc/api.h>
+
+#include <cstdint>
+
+namespace qorcalc::messages {
+
+enum class Language { English, Chinese };
+
+// The text of `id` in `language`, or null when the catalogue has none.
+const char16_t* Text(uint32_t id, Language language);
+
+// A provider over one language, for SetLggInterface.
+ILggInterface* Provider(Language language);
+
+// A provider that answers in the language the calling thread chose with
+// SetThreadLanguage (English until it does): hosts that serve users of both
+// languages at once install it once for the whole process.
+ILggInterface* ThreadProvider();
+void SetThreadLanguage(Language language);
+Language ThreadLanguage();
+
+// The language a locale name asks for: Chinese for "zh" and "zh_*" names,
+// English for anything else (a null or empty name included).
+Language LanguageFromLocale(const char* localeName);
+
+}  // namespace qorcalc::messages
