@@ -18,3 +18,4 @@
 #include <qorcalc/node.h>
 #include <qorcalc/calc.h>
 #include <qorcalc/message_ids.h>
+#include <qorcalc/limits.h>
