@@ -11,7 +11,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <map>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -291,6 +293,46 @@ TEST(Arithmetic, AddPreciseKeepsWholeDigits) {
         {123456789012.5, 0.25, 123456789012.75}, {1e300, 1e300, 2e300},
     };
     for (const auto& c : cases) EXPECT_DOUBLE_EQ(AddPrecise(c.a, c.b), c.want) << c.a << " + " << c.b;
+}
+
+// The sum as the number texts show it: whole parts added as integers, the
+// fractions read back from their text.  AddPrecise must give exactly this
+// without writing any text.
+double AddAsShownInText(double a, double b) {
+    auto split = [](double x, int64_t& whole, double& fraction) {
+        CString text;
+        CUtilityCalc::Double2Str(text, x, -1);
+        const int point = text.Find(u'.');
+        whole = CUtilityCalc::Str2Int64(point < 0 ? text : text.Left(point));
+        fraction = point < 0 ? 0.0 : CUtilityCalc::Str2Double((x < 0 ? CString(u"-0") : CString(u"0")) + text.Mid(point));
+    };
+    const bool small = std::fabs(a) < 10000 && std::fabs(b) < 10000;
+    const bool huge = std::fabs(a) >= 1e18 || std::fabs(b) >= 1e18;
+    const bool wholes = a == std::trunc(a) && b == std::trunc(b) && std::fabs(a) < 1e15 && std::fabs(b) < 1e15;
+    if (a == 0 || b == 0 || small || huge || wholes) return a + b;
+    int64_t wa = 0, wb = 0;
+    double fa = 0, fb = 0;
+    split(a, wa, fa);
+    split(b, wb, fb);
+    return static_cast<double>(wa + wb) + fa + fb;
+}
+
+TEST(Arithmetic, AddPreciseAddsWhatTheTextsShow) {
+    // Values around every digit count, ties at the last shown decimal, and
+    // fractions that carry into the whole part.
+    const double edges[] = {10000.000000005, 10000.000000015, 99999.999999995, -12345.678901234567,
+                            123456789.1234565, 999999999999.9995, 99999999999999.95, 999999999999998.5,
+                            1e15 + 0.5, 0.000000005, -0.000000015, 4503599627370495.5, 1e17 + 8};
+    for (double a : edges)
+        for (double b : edges) EXPECT_EQ(AddPrecise(a, b), AddAsShownInText(a, b)) << a << " + " << b;
+    std::mt19937_64 random(20261123);
+    for (int i = 0; i < 200000; ++i) {
+        // Magnitudes from 1e-9 to 1e17, both signs, as a report's sums meet them.
+        std::uniform_real_distribution<double> exponent(-9, 17);
+        const double a = std::pow(10.0, exponent(random)) * (random() & 1 ? 1 : -1);
+        const double b = std::pow(10.0, exponent(random)) * (random() & 1 ? 1 : -1);
+        ASSERT_EQ(AddPrecise(a, b), AddAsShownInText(a, b)) << std::hexfloat << a << " + " << b;
+    }
 }
 
 TEST(NextStep, DeepNestingReducesWithoutRecursion) {
