@@ -1,0 +1,29 @@
+# What `cmake --install` puts where: the public headers, the engine as a
+# shared library with a versioned SONAME and as a static one, the CMake
+# package (find_package(QORCalc CONFIG)) and qorcalc.pc for pkg-config.
+include(GNUInstallDirs)
+include(CMakePackageConfigHelpers)
+
+set(QORCALC_CMAKE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/QORCalc)
+set_target_properties(qorcalc_static PROPERTIES OUTPUT_NAME qorcalc)
+
+install(TARGETS qorcalc qorcalc_static EXPORT QORCalcTargets
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
+  INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+install(DIRECTORY include/qorcalc DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+
+install(EXPORT QORCalcTargets NAMESPACE QORCalc:: DESTINATION ${QORCALC_CMAKE_DIR})
+configure_package_config_file(cmake/QORCalcConfig.cmake.in
+  ${CMAKE_CURRENT_BINARY_DIR}/QORCalcConfig.cmake INSTALL_DESTINATION ${QORCALC_CMAKE_DIR})
+write_basic_package_version_file(${CMAKE_CURRENT_BINARY_DIR}/QORCalcConfigVersion.cmake
+  COMPATIBILITY SameMinorVersion)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/QORCalcConfig.cmake
+              ${CMAKE_CURRENT_BINARY_DIR}/QORCalcConfigVersion.cmake
+        DESTINATION ${QORCALC_CMAKE_DIR})
+
+# qorcalc.pc finds its prefix from its own place, so an installed tree can move.
+file(RELATIVE_PATH QORCALC_PC_TO_PREFIX /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
+configure_file(cmake/qorcalc.pc.in ${CMAKE_CURRENT_BINARY_DIR}/qorcalc.pc @ONLY)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/qorcalc.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+install(FILES LICENSE CHANGELOG.md README.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
