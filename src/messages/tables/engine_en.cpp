@@ -115,7 +115,8 @@ constexpr MessageEntry kTexts[] = {
            u"shows 0, a comma asks for thousands groups, other characters stay as written. Extra "
            u"decimals are cut, not rounded: #,##0.00 on 1234.567 gives 1,234.56."},
     {1110, u"The date laid out by a pattern: YYYY or YY year, M or MM month, D or DD day, "
-           u"HH hour, mm minute, ss second, Month or Mon month name, day weekday name; other "
+           u"HH hour, mm minute (month when the pattern has no M), ss second, Month or Mon month "
+           u"name, day weekday name; other "
            u"characters stay as written. A text that is not a date comes back unchanged."},
     {1107, u"An amount of money in capital Chinese numerals as written on cheques and invoices, "
            u"rounded to two decimals: 1234.5 gives 壹仟贰佰叁拾肆元伍角整. At most 13 whole digits."},
