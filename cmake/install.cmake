@@ -7,7 +7,7 @@ include(CMakePackageConfigHelpers)
 set(QORCALC_CMAKE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/QORCalc)
 set_target_properties(qorcalc_static PROPERTIES OUTPUT_NAME qorcalc)
 
-install(TARGETS qorcalc qorcalc_static EXPORT QORCalcTargets
+install(TARGETS qorcalc qorcalc_static qorcalc_messages EXPORT QORCalcTargets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
   INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})

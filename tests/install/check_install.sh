@@ -39,4 +39,6 @@ for exe in "$work/consumer/host_shared" "$work/consumer/host_static" "$work/host
   "$exe" "${sample[@]}" >"$work/actual.txt" || fail "$(basename "$exe") failed"
   cmp -s "$expected" "$work/actual.txt" || { diff "$expected" "$work/actual.txt" | head; fail "$(basename "$exe") printed other results"; }
 done
+"$work/consumer/catalogue_host" >"$work/catalogue.txt" || fail "catalogue_host did not get a catalogue text: $(cat "$work/catalogue.txt")"
+grep -q '^2 .*1+(2' "$work/catalogue.txt" || fail "catalogue_host printed: $(cat "$work/catalogue.txt")"
 echo "check_install: find_package (shared, static) and pkg-config builds give the in-tree results"
