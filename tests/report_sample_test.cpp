@@ -14,6 +14,7 @@
 #include <string>
 #include <vector>
 
+#include "calc_host.h"
 #include "test_provider.h"
 
 namespace {
@@ -103,25 +104,19 @@ struct Cell {
     std::string value;
 };
 
-Cell Calculate(ICalc& calc, const std::string& formula, const std::map<std::string, std::string>& names) {
-    int errorPos = -1;
-    std::unique_ptr<CCalcNode> root(calc.Compile(CString::FromUtf8(formula), &errorPos));
-    if (!root) return {false, "compile error at " + std::to_string(errorPos) + ": " + CString(GetLastErrorText()).ToUtf8()};
-    for (;;) {
-        CString out;
-        CCalcNode* pending = nullptr;
-        const int code = calc.Calculate(root.get(), out, pending, 0, 0);
-        if (code == CALC_DONE) {
-            CString value;
-            root->GetText(value, 1);
-            return {true, value.ToUtf8()};
-        }
-        if (code != CALC_NEED_NAME) return {false, "failed: " + CString(GetLastErrorText()).ToUtf8() + " " + out.ToUtf8()};
-        const auto it = names.find(Lower(out.ToUtf8()));
-        if (it == names.end()) return {false, "unknown name " + out.ToUtf8()};
-        if (!calc.SetTermValue(root.get(), pending, CString::FromUtf8(it->second)))
-            return {false, "bad value for " + out.ToUtf8()};
-    }
+Cell Calculate(const std::string& formula, const std::map<std::string, std::string>& names) {
+    calctest::TestHost host;
+    std::string unknown;
+    host.answerName = [&](const std::string& name) {
+        const auto it = names.find(Lower(name));
+        if (it != names.end()) return it->second;
+        unknown += " " + name;
+        return std::string("''");
+    };
+    const calctest::Outcome o = host.Run(formula);
+    if (!unknown.empty()) return {false, "unknown names" + unknown};
+    if (o.code != CALC_DONE) return {false, "failed at " + std::to_string(o.errorPos) + ": " + o.errorText};
+    return {true, o.value};
 }
 
 // Every cell of the report, by order number and column name.
@@ -131,7 +126,6 @@ std::map<std::string, std::map<std::string, Cell>> RunReport() {
     const std::vector<Column> columns = ReadFormulas(ReadFile(dir + "report.formulas"));
     std::map<std::string, std::map<std::string, Cell>> report;
     if (records.empty()) return report;
-    std::unique_ptr<ICalc> calc(NewCalc(nullptr, nullptr));
     const Record& header = records.front();
     for (size_t r = 1; r < records.size(); ++r) {
         const Record& record = records[r];
@@ -140,7 +134,7 @@ std::map<std::string, std::map<std::string, Cell>> RunReport() {
         for (size_t f = 0; f < header.size() && f < record.size(); ++f) names[Lower(header[f])] = FieldValue(record[f]);
         auto& cells = report[record.front()];
         for (const Column& column : columns) {
-            const Cell cell = Calculate(*calc, column.formula, names);
+            const Cell cell = Calculate(column.formula, names);
             cells[column.name] = cell;
             if (cell.ok) names[Lower(column.name)] = cell.value;
         }
