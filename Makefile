@@ -24,7 +24,7 @@ test: build
 
 demo: configure
 	@$(CMAKE_BUILD) $(BUILD) -j $(JOBS) --target qorcalc_demo >/dev/null
-	@$(BUILD)/examples/qorcalc_demo examples/orders.csv examples/formulas.txt
+	@$(BUILD)/examples/qorcalc_demo examples/embed_orders.csv examples/formulas.txt
 
 sanitize:
 	@$(MAKE) --no-print-directory test BUILD=build-asan CMAKE_ARGS="-DQORCALC_SANITIZE=ON -DCMAKE_BUILD_TYPE=Debug"

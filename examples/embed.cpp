@@ -2,7 +2,7 @@
 // of a formula file, answering the names the engine asks for from the
 // record's columns.
 //
-//   qorcalc_demo orders.csv formulas.txt
+//   qorcalc_demo embed_orders.csv formulas.txt
 #include <qorcalc/qorcalc.h>
 
 #include <cstdio>

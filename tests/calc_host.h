@@ -28,6 +28,9 @@ public:
 
     // Names and their answers: quoted text, a number, or a formula.
     std::map<std::string, std::string> names;
+    // When set, answers every name instead of the table (a host with rules of
+    // its own, such as names matched without regard to letter case).
+    std::function<std::string(const std::string&)> answerName;
     // Functions the engine cannot run: name -> answer from the argument texts.
     std::map<std::string, std::function<std::string(const std::vector<std::string>&)>> functions;
     // Every name and call text asked for, in order.
@@ -61,6 +64,7 @@ public:
 private:
     std::string Answer(int code, const std::string& question) {
         if (code == CALC_NEED_NAME) {
+            if (answerName) return answerName(question);
             auto it = names.find(question);
             return it == names.end() ? "'?" + question + "'" : it->second;
         }

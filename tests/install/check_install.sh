@@ -21,7 +21,7 @@ for f in include/qorcalc/qorcalc.h lib/pkgconfig/qorcalc.pc lib/cmake/QORCalc/QO
   [ -e "$prefix/$f" ] || [ -e "$prefix/${f/lib\//lib/x86_64-linux-gnu/}" ] || fail "$f was not installed"
 done
 
-sample=("$src/examples/orders.csv" "$src/examples/formulas.txt")
+sample=("$src/examples/embed_orders.csv" "$src/examples/formulas.txt")
 host=$src/examples/embed.cpp
 expected=$work/expected.txt
 (cd "$src" && "$build/examples/qorcalc_demo" "${sample[@]}") >"$expected"
