@@ -79,6 +79,7 @@ TEST(Calculator, BuiltInsThroughFormulas) {
         {"if(0.5, 'a', 'b')", "'a'"}, {"if(0, 'a', 'b')", "'b'"},
         {"pow(-8, 2)", "64"},     {"max(2, 5, 5)", "5"},      {"SUM(1,2)", "3"},
         {"sum(sum(1,2),3)", "6"}, {"abs(-a)", "2"},
+        {"sum(1,abs(-2)", "3"},   {"max(1,(a+5)", "7"},   // open outer call ending on ")"
     });
 }
 
@@ -200,7 +201,9 @@ TEST(Calculator, CompileErrorsGiveTheMessageAndPosition) {
         {"1 2", 0, 2, "E1003:1 2"},          {"(1", 0, 0, "E1070:(1"},
         {"1)", 0, 1, "E1070:1)"},            {"1,2", 0, 1, "E1003:1,2"},
         {"12a", 0, 2, "E1001:12a"},          {"a b", 0, 2, "E1003:a b"},
-        {"f(1", 0, 3, "E1070:f(1"},          {"f(g(1)", 0, 6, "E1070:f(g(1)"},
+        {"f(1", 0, 3, "E1070:f(1"},          {"f(1,", 0, 4, "E1070:f(1,"},
+        // A call left open counts as closed only when the text ends on ")".
+        {"f(g(1) ", 0, 7, "E1070:f(g(1) "},  {"f(g(1)+2", 0, 8, "E1070:f(g(1)+2"},
         {"1 +* 2", 0, 3, "E1003:1 +* 2"},    {"()", 0, 0, "E1003:()"},
         {"a&&", 0, 2, "E1003:a &&"},         {"1e3", 0, 1, "E1001:1e3"},
         {"_", 0, 0, "E1068:_"},              {"a%b", 0, 1, "E1068:a%b"},
@@ -227,6 +230,10 @@ TEST(Converter, TreeShapes) {
         {"sum(1,2)", "1[3[4[6],4[6]]]", "sum(1,2)"}, {"f()", "1[3[4]]", "f()"},
         {"not(a)", "1[8,2[5]]", "!(a)"},          {"a!=b", "1[5,8,5]", "a<>b"},
         {"a==b", "1[5,8,5]", "a=b"},              {"'x' + -1 ", "1[7,8,8,6]", "'x'+-1"},
+        // The outer call is taken as closed because the character before the
+        // end is the ")" of the inner call or group.
+        {"f(g(1)", "1[3[4[3[4[6]]]]]", "f(g(1))"}, {"f(1,g(2)", "1[3[4[6],4[3[4[6]]]]]", "f(1,g(2))"},
+        {"f((1)", "1[3[4[2[6]]]]", "f((1))"},     {"f(h(g(1)", "1[3[4[3[4[3[4[6]]]]]]]", "f(h(g(1)))"},
     };
     for (const auto& c : cases) {
         const CString text = CString::FromUtf8(c.text);
