@@ -97,14 +97,14 @@ public:
 
 private:
     // Whether the block may grow by `bytes` without passing the limit.
-    bool CanGrow(uint64_t bytes) const;
+    QORCALC_LOCAL bool CanGrow(uint64_t bytes) const;
     // Opens a gap of `gap` zero bytes at byte `pos` of the block, then writes
     // `s` and its terminator from `pos` on.
-    void PlaceString(uint32_t pos, const CString& s, uint32_t gap);
+    QORCALC_LOCAL void PlaceString(uint32_t pos, const CString& s, uint32_t gap);
     // Adds `delta` to every offset after `index`.
-    void ShiftOffsetsAfter(int index, uint32_t delta);
-    bool OffsetsAreValid() const;
-    void CloseOpenTail();
+    QORCALC_LOCAL void ShiftOffsetsAfter(int index, uint32_t delta);
+    QORCALC_LOCAL bool OffsetsAreValid() const;
+    QORCALC_LOCAL void CloseOpenTail();
 
     CMem m_mem;
     CUIntArray m_offsets;
