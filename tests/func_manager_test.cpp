@@ -135,9 +135,9 @@ TEST_F(FuncManager, HostItemsMatchTheSameUnderATurkishLocale) {
     CFuncItem* umlaut = AddHost("\xC3\x84rea");      // Ärea
     CFuncItem* plain = AddHost("Index");
     struct Case { const char* name; int find; CFuncItem* item; } cases[] = {
-        {"div", -1, nullptr},            {"DIV", -1, nullptr},          {"d\xC4\xB0V", 1000, dotted},
-        {"D\xC4\xB0v", 1000, dotted},   {"\xC3\xA4rea", -1, nullptr}, {"\xC3\x84REA", 1001, umlaut},
-        {"index", 1002, plain},          {"INDEX", 1002, plain},        {"\xC4\xB0ndex", -1, nullptr},
+        {"div", -1, nullptr},          {"DIV", -1, nullptr},           {"d\xC4\xB0V", 1000, dotted},
+        {"D\xC4\xB0v", 1000, dotted},  {"\xC3\xA4rea", -1, nullptr},   {"\xC3\x84REA", 1001, umlaut},
+        {"index", 1002, plain},        {"INDEX", 1002, plain},         {"\xC4\xB0ndex", -1, nullptr},
     };
     for (const auto& c : cases) {
         EXPECT_EQ(mnger->Find(W(c.name)), c.find) << c.name;
