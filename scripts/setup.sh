@@ -5,7 +5,7 @@
 #   scripts/setup.sh bench    also what the benchmarks need
 set -euo pipefail
 
-packages=(cmake make g++ pkg-config libgtest-dev libgmock-dev locales)
+packages=(cmake make g++ pkg-config binutils python3 libgtest-dev libgmock-dev locales)
 if [ "${1:-}" = bench ]; then
   packages+=(libbenchmark-dev libmuparser-dev)
 fi

@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include <clocale>
 #include <latch>
 #include <memory>
 #include <string>
@@ -122,6 +123,29 @@ TEST_F(FuncManager, FindIgnoresCaseButDoesNotTrimAndBuiltInsWin) {
     EXPECT_EQ(mnger->GetItem(nullptr), nullptr);
     sum->m_pfnCall = Echo;
     EXPECT_EQ(Call("sum", {u"1", u"2"}, -1), "3");
+}
+
+// Host item names ignore the case of A..Z and nothing else, so the Turkish
+// locale's dotted capital I (which lower-cases to "i") and its case pairs of
+// other letters make no two different names match.
+TEST_F(FuncManager, HostItemsMatchTheSameUnderATurkishLocale) {
+    const std::string saved = std::setlocale(LC_ALL, nullptr);
+    if (!std::setlocale(LC_ALL, "tr_TR.UTF-8")) GTEST_SKIP() << "no tr_TR.UTF-8 locale (scripts/setup.sh builds it)";
+    CFuncItem* dotted = AddHost("d\xC4\xB0v");       // dİv
+    CFuncItem* umlaut = AddHost("\xC3\x84rea");      // Ärea
+    CFuncItem* plain = AddHost("Index");
+    struct Case { const char* name; int find; CFuncItem* item; } cases[] = {
+        {"div", -1, nullptr},          {"DIV", -1, nullptr},           {"d\xC4\xB0V", 1000, dotted},
+        {"D\xC4\xB0v", 1000, dotted},  {"\xC3\xA4rea", -1, nullptr},   {"\xC3\x84REA", 1001, umlaut},
+        {"index", 1002, plain},        {"INDEX", 1002, plain},         {"\xC4\xB0ndex", -1, nullptr},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(mnger->Find(W(c.name)), c.find) << c.name;
+        EXPECT_EQ(mnger->GetItem(W(c.name)), c.item) << c.name;
+        CFuncItem info;
+        EXPECT_EQ(mnger->GetFuncInfo(W(c.name), info), c.item ? 1 : 0) << c.name;
+    }
+    std::setlocale(LC_ALL, saved.c_str());
 }
 
 TEST_F(FuncManager, GetFuncInfoTrimsAndTranslatesHostTexts) {

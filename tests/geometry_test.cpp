@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <climits>
+#include <vector>
 
 namespace {
 
@@ -155,6 +156,14 @@ TEST(UIntArrayStream, HostileStreamsFailCleanly) {
     EXPECT_EQ(U::DeserializeUIntArray(&in, back, 4), 0);
     ASSERT_EQ(back.GetSize(), 1);
     EXPECT_EQ(back[0], 7u);
+
+    // An honest count whose elements stop early: the array keeps the count
+    // as its size, the elements read and zeros after them.
+    const uint8_t truncated[] = {3, 0, 9, 0, 0, 0, 8};
+    CMemStreamInput cut(truncated, sizeof truncated);
+    back.Add(77);
+    EXPECT_EQ(U::DeserializeUIntArray(&cut, back, 2), 0);
+    EXPECT_EQ(back.Items(), (std::vector<uint32_t>{9, 0, 0}));
 
     const uint8_t none[] = {0, 0};
     CMemStreamInput zero(none, sizeof none);

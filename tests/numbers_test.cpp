@@ -26,6 +26,7 @@ TEST(Str2Double, ScanRules) {
         {u"-1-2", -1},      {u"1e5e3", 1e5},    {u"1.2.3", 1.2},      {u"12abc", 12},     {u"", 0},
         {nullptr, 0},       {u"\t5", 0},        {u"1e", 1},           {u"e5", 0},         {u"-", 0},
         {u"1e999", kInf},   {u"-1e999", -kInf}, {u"1e-999", 0},       {u"１２", 0},
+        {u"∞", 0},          {u"-∞", 0},         {u"inf", 0},          {u"nan", 0},  // no infinity is read
     };
     for (const auto& c : cases) EXPECT_EQ(C::Str2Double(c.text), c.want) << U8(c.text);
     EXPECT_TRUE(std::signbit(C::Str2Double(u"-1e-999")));

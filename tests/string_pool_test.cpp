@@ -14,13 +14,17 @@ using Strings = std::vector<std::string>;
 using Bytes = std::vector<uint8_t>;
 
 // Every string of the pool, checking on the way that each one starts and
-// ends inside the block.
+// ends inside the block, or is the empty string at the block's end.
 Strings All(const CStringPool& pool) {
     Strings out;
     const char16_t* begin = pool.GetBlock().GetWideData();
     const char16_t* end = begin + pool.GetBlock().GetWideLength();
     for (int i = 0; i < pool.GetSize(); ++i) {
         const char16_t* s = pool.GetAt(i);
+        if (s && *s == 0 && (s < begin || s >= end)) {
+            out.emplace_back();
+            continue;
+        }
         EXPECT_TRUE(s >= begin && s < end) << "string " << i << " outside the block";
         const char16_t* p = s;
         while (p < end && *p) ++p;
@@ -66,6 +70,29 @@ TEST(CStringPool, LoadSortedBuf) {
     odd.Add(u"ab,cd", 9);  // an odd last byte belongs to no character
     EXPECT_EQ(pool.LoadSortedBuf(odd, 0, u","), 1);
     EXPECT_EQ(All(pool), (Strings{"ab", "c"}));
+}
+
+Bytes BytesOf(const std::u16string& text) {
+    const auto* p = reinterpret_cast<const uint8_t*>(text.data());
+    return Bytes(p, p + text.size() * 2);
+}
+
+// The block is the buffer itself with each separator character turned into a
+// terminator; only a last string that no separator closes gets one added.
+TEST(CStringPool, LoadSortedBufKeepsTheBufferAsTheBlock) {
+    using namespace std::string_literals;
+    struct Case { std::u16string text; const char16_t* separator; std::u16string block; } cases[] = {
+        {u"a,b,", u",", u"a\0b\0"s},       {u"ab\0cd\0"s, nullptr, u"ab\0cd\0"s},
+        {u"a,;", u",;", u"a\0;"s},          {u"a,b", u",;", u"a\0b"s},  // "b" stands for the ";"
+        {u"a,b", u",", u"a\0b\0"s},        {u"ab\0CD"s, nullptr, u"ab\0CD\0"s},
+    };
+    for (const auto& c : cases) {
+        CMem buf;
+        buf.Add(c.text.data(), static_cast<uint32_t>(c.text.size() * 2));
+        CStringPool pool;
+        ASSERT_EQ(pool.LoadSortedBuf(buf, 0, c.separator), 1);
+        EXPECT_EQ(pool.GetBlock().Bytes(), BytesOf(c.block)) << CString(c.text).ToUtf8();
+    }
 }
 
 TEST(CStringPool, BSearchFindsEveryStringAndNoGap) {
@@ -240,10 +267,9 @@ TEST(CStringPool, TruncatedAndHostileStreamsFail) {
         {"count beyond the stream", Words({0x40000000, 0, 4, 0x61, 0})},
         {"huge tag count", Words({1, 0xFFFFFFF0, 4, 0x61, 0})},
         {"tags beyond the stream", Words({1, 0x10000000, 4, 0x61, 0})},
-        {"offset at the block's end", Words({1, 0, 4, 0x61, 4})},
+        {"offset past the block's end", Words({1, 0, 4, 0x61, 6})},
         {"offset far outside", Words({1, 0, 4, 0x61, 0x7FFFFFF0})},
         {"odd offset", Words({2, 0, 8, 0x61, 0x62, 0, 3})},
-        {"unterminated block", Words({1, 0, 4, 0x00620061, 0})},
         {"odd block size", {1, 0, 0, 0, 0, 0, 0, 0, 3, 0, 0, 0, 0x61, 0, 0, 0, 0, 0, 0}},
         {"empty block", Words({1, 0, 0, 0})},
     };
@@ -263,6 +289,38 @@ TEST(CStringPool, TruncatedAndHostileStreamsFail) {
         EXPECT_EQ(ok, 1);
         EXPECT_EQ(All(pool), (Strings{"a", "b"}));
         EXPECT_EQ(pool.GetTags().Items(), std::vector<uint32_t>{9});
+    });
+}
+
+// Streams of blocks loaded from buffers: the last offset may be the block's
+// size (a buffer that ended on a separator), and the last string may lack its
+// terminator (a buffer that did not), which reading adds.
+TEST(CStringPool, StreamsOfLoadedBlocksReadBack) {
+    struct Case { const char* what; Bytes stream; Strings want; uint32_t blockSize; } cases[] = {
+        {"trailing separator", Words({3, 0, 8, 0x61, 0x62, 0, 4, 8}), {"a", "b", ""}, 8},
+        {"only the end offset", Words({1, 0, 4, 0x61, 4}), {""}, 4},
+        {"open last string", Words({2, 0, 8, 0x61, 0x00640063, 0, 4}), {"a", "cd"}, 10},
+        {"open tail behind the end offset", Words({2, 0, 4, 0x003B0000, 0, 4}), {"", ""}, 4},
+    };
+    for (const auto& c : cases) {
+        ReadBoth(c.stream, [&](CStringPool& pool, int ok) {
+            EXPECT_EQ(ok, 1) << c.what;
+            EXPECT_EQ(All(pool), c.want) << c.what;
+            EXPECT_EQ(pool.GetBlock().GetSize(), c.blockSize) << c.what;
+        });
+    }
+    // What a pool loaded from "a,b," writes is that first stream, and it reads
+    // back to the same pool.
+    const std::u16string text = u"a,b,";
+    CMem buf;
+    buf.Add(text.data(), static_cast<uint32_t>(text.size() * 2));
+    CStringPool loaded;
+    ASSERT_EQ(loaded.LoadSortedBuf(buf, 0, u","), 1);
+    EXPECT_EQ(Stream(loaded), cases[0].stream);
+    ReadBoth(Stream(loaded), [&](CStringPool& back, int ok) {
+        EXPECT_EQ(ok, 1);
+        EXPECT_EQ(All(back), All(loaded));
+        EXPECT_EQ(back.BSearch(u"b"), 1);
     });
 }
 

@@ -37,8 +37,18 @@ QORCALC_API const char16_t* GetLastErrorText();
 // `bDate` non-zero selects the date format, zero the date-time format.
 QORCALC_API void SetDateTimeFormat(const char16_t* format, int bDate);
 QORCALC_API void GetDateTimeFormat(CString& out, int bDate);
-}
+// `time` formatted with the selected format; an invalid date gives "".
+// Exported by its plain name like the entry points above, although it
+// returns a C++ value: hosts find it with dlsym as they find the others.
+#if defined(__clang__)
+#  pragma clang diagnostic push
+#  pragma clang diagnostic ignored "-Wreturn-type-c-linkage"
+#endif
 QORCALC_API CString TimeToString(const COleDateTime& time, int bDate);
+#if defined(__clang__)
+#  pragma clang diagnostic pop
+#endif
+}
 
 namespace qorcalc::detail {
 // The provider's text of message `id` (empty when the provider returns null).

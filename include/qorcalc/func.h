@@ -164,6 +164,6 @@ public:
     uint32_t m_nHostMsg = 0;             // likewise
 
 private:
-    CFuncItem* HostItem(int position) const;
-    int FindHostItem(const char16_t* name) const;
+    QORCALC_LOCAL CFuncItem* HostItem(int position) const;
+    QORCALC_LOCAL int FindHostItem(const char16_t* name) const;
 };

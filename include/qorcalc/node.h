@@ -181,11 +181,11 @@ public:
 
 private:
     struct WriteFrame;
-    void WriteTree(CWriter& writer, bool converted, bool nextToText);
-    void WriteSelf(CWriter& writer, bool converted, bool nextToText, bool& opened);
-    void CollectDistinctTexts(CStringArray& texts, uint8_t kind);
-    const CString& CurrentNumberText();
-    static void DeleteChildren(std::vector<CCalcNode*>& children);
+    QORCALC_LOCAL void WriteTree(CWriter& writer, bool converted, bool nextToText);
+    QORCALC_LOCAL void WriteSelf(CWriter& writer, bool converted, bool nextToText, bool& opened);
+    QORCALC_LOCAL void CollectDistinctTexts(CStringArray& texts, uint8_t kind);
+    QORCALC_LOCAL const CString& CurrentNumberText();
+    QORCALC_LOCAL static void DeleteChildren(std::vector<CCalcNode*>& children);
 
     uint8_t m_kind;
     uint8_t m_op = OpNone;

@@ -8,9 +8,11 @@
 // tags that belong to the host.
 //
 // Invariants kept by CStringPool:
-//   - every offset is even and below the block's size, and the block's last
-//     character is a terminator, so GetAt always yields a zero-terminated
-//     string inside the block (or null for an index outside the pool);
+//   - the block is a copy of what was loaded: every offset is even and
+//     inside the block, or at its very end for the empty last string of a
+//     buffer that ended on a separator; every string inside the block ends
+//     with a terminator there, so GetAt always yields a zero-terminated
+//     string (or null for an index outside the pool);
 //   - the tags stay aligned with the strings on insertion and removal; there
 //     may be fewer tags than strings;
 //   - the block never shrinks while strings are edited in place: RemoveAt and
@@ -66,9 +68,13 @@ public:
     // Builds the pool from `buf`, a sorted run of strings each followed by
     // `separator` (null or empty: each followed by a terminator).  Only the
     // separator's first character is compared; the characters after it are
-    // skipped unseen.  With `bLower` non-zero "A".."Z" are lower-cased.  A
-    // buffer ending in a separator gets a last, empty string.  Returns 0 for a
-    // buffer of fewer than 2 bytes (the pool is left as it was), else 1.
+    // skipped unseen.  With `bLower` non-zero "A".."Z" are lower-cased.  The
+    // block is the buffer's characters with every separator character made a
+    // terminator; a buffer ending in a separator gets a last, empty string
+    // whose offset is the block's size, and only a buffer that does not end
+    // in one gets a terminator after its last string.  An odd last byte is
+    // dropped.  Returns 0 for a buffer of fewer than 2 bytes (the pool is
+    // left as it was), else 1.
     virtual int LoadSortedBuf(CMem& buf, int bLower, const char16_t* separator);
     virtual void Load(const CStringArray& items);
     // Appends `s` and returns its index.
@@ -81,6 +87,8 @@ public:
     // Returns 1 when every write succeeded.
     virtual int Serialize(IStreamOutput* out) const;
     // Returns 1 on success; on failure the pool is empty and 0 is returned.
+    // Reads back every stream Serialize writes, and closes an open last
+    // string of a foreign block with a terminator.
     virtual int Deserialize(IStreamInput* in);
 
     CUIntArray& GetTags() { return m_tags; }
@@ -89,13 +97,14 @@ public:
 
 private:
     // Whether the block may grow by `bytes` without passing the limit.
-    bool CanGrow(uint64_t bytes) const;
+    QORCALC_LOCAL bool CanGrow(uint64_t bytes) const;
     // Opens a gap of `gap` zero bytes at byte `pos` of the block, then writes
     // `s` and its terminator from `pos` on.
-    void PlaceString(uint32_t pos, const CString& s, uint32_t gap);
+    QORCALC_LOCAL void PlaceString(uint32_t pos, const CString& s, uint32_t gap);
     // Adds `delta` to every offset after `index`.
-    void ShiftOffsetsAfter(int index, uint32_t delta);
-    bool OffsetsAreValid() const;
+    QORCALC_LOCAL void ShiftOffsetsAfter(int index, uint32_t delta);
+    QORCALC_LOCAL bool OffsetsAreValid() const;
+    QORCALC_LOCAL void CloseOpenTail();
 
     CMem m_mem;
     CUIntArray m_offsets;

@@ -134,7 +134,15 @@ public:
     static double GetAngle(int x, int y);
     static void Rotate(POINT* point, double degrees);
     static void ExtentLine(CPoint& a, CPoint& b, int length, uint8_t ends);
+    // An array stream is the element count (8 bits when countWidth is 1, 16
+    // when it is 2, else 32) and then each element in 32 bits.
     static void SerializeUIntArray(IStreamOutput* out, const CUIntArray& items, int countWidth);
+    // 1 when the count and every element were read.  0 when the count cannot
+    // be read (the array is left as it was) or the stream ends early: the
+    // array then keeps its new size, the count read, holding the elements
+    // read so far and zeros after them.  A count above 2^20 elements that the
+    // stream cannot show it holds is the exception: then the array holds only
+    // the elements that arrived.
     static int DeserializeUIntArray(IStreamInput* in, CUIntArray& items, int countWidth);
     // A pseudo-random whole number 0..99 from the C library's generator.
     static int C0_99();
@@ -142,6 +150,9 @@ public:
 
     // --- Cell names ----------------------------------------------------------
     static int ColName2Col(const char16_t* name, int bStrict);
+    // 1 when column letters and a row were read.  The row follows at most
+    // three letters in either reading ("ABC12" is AB12 when not strict; a
+    // fourth letter leaves no row) and starts with a digit other than "0".
     static int CellName2RowCol(CRowCol& cell, const char16_t* name, int bStrict);
     static int GetColName(int col, CString& out);
     static int GetCellName(CString& out, int row, int col);

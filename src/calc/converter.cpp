@@ -148,75 +148,64 @@ int MakeNode(const Token& tok, CCalcNode& node, ConvertError& error) {
 
 bool IsOperand(CCalcNode* node) { return node->GetKind() != NodeOperator; }
 
-// How a list ended: what ends it decides whether its parent may end there.
-enum ListEnd { Failed = 0, AtTextEnd, AtClose, AtComma };
-
-ListEnd FailList(ConvertError& error, uint32_t id, int position) {
-    Fail(error, id, position);
-    return Failed;
-}
-
-ListEnd ConvertList(const ConvertSource& src, int& pos, CCalcNode* parent, ConvertError& error, int depth);
+int ConvertList(const ConvertSource& src, int& pos, CCalcNode* parent, ConvertError& error, int depth);
 
 // The arguments of a call, each ending at a "," or at the ")" that closes
-// the call; f() thus has one empty argument.  A call still open at the end
-// of the text fails there, also when the last ")" closed an inner call.
-ListEnd ConvertArguments(const ConvertSource& src, int& pos, CCalcNode* call, ConvertError& error,
-                         int depth) {
+// the call; f() thus has one empty argument.  A call counts as closed
+// whenever the character before `pos` is ")", so a call still open at the end
+// of the text passes when its last argument ends with an inner call's or a
+// group's ")" (f(g(1) reads as f(g(1))), and fails there otherwise.
+int ConvertArguments(const ConvertSource& src, int& pos, CCalcNode* call, ConvertError& error, int depth) {
     const int len = src.text.GetLength();
     for (;;) {
-        if (pos >= len) return FailList(error, kMsgBrackets, pos);
+        if (pos > 0 && src.text[pos - 1] == u')') return 1;
+        if (pos >= len) return Fail(error, kMsgBrackets, pos);
         auto* arg = new CCalcNode(call, NodeArgument);
         arg->SetPosition(pos);
         call->Add(arg);
-        switch (ConvertList(src, pos, arg, error, depth)) {
-            case Failed: return Failed;
-            case AtClose: return AtClose;
-            case AtTextEnd: return FailList(error, kMsgBrackets, pos);
-            case AtComma: break;
-        }
+        if (!ConvertList(src, pos, arg, error, depth)) return 0;
     }
 }
 
-ListEnd ConvertList(const ConvertSource& src, int& pos, CCalcNode* parent, ConvertError& error, int depth) {
+int ConvertList(const ConvertSource& src, int& pos, CCalcNode* parent, ConvertError& error, int depth) {
     const uint8_t parentKind = parent->GetKind();
     if (parentKind == NodeFunction) return ConvertArguments(src, pos, parent, error, depth);
     const int len = src.text.GetLength();
     while (pos < len) {
         Token tok;
-        if (!ScanToken(src, pos, tok, error)) return Failed;
+        if (!ScanToken(src, pos, tok, error)) return 0;
         if (tok.kind == TokNone) break;  // only blanks were left
         if (tok.kind == TokClose) {
-            if (parentKind == NodeGroup || parentKind == NodeArgument) return AtClose;
-            return FailList(error, kMsgBrackets, tok.start);
+            if (parentKind == NodeGroup || parentKind == NodeArgument) return 1;
+            return Fail(error, kMsgBrackets, tok.start);
         }
         if (tok.kind == TokComma) {
-            if (parentKind == NodeArgument) return AtComma;
-            return FailList(error, kMsgBadExpression, tok.start);
+            if (parentKind == NodeArgument) return 1;
+            return Fail(error, kMsgBadExpression, tok.start);
         }
         auto node = std::make_unique<CCalcNode>(parent);
         node->SetPosition(tok.start);
-        if (!MakeNode(tok, *node, error)) return Failed;
+        if (!MakeNode(tok, *node, error)) return 0;
         CCalcNode* added = node.release();
         parent->Add(added);
         const int count = parent->GetCount();
         if (count >= 2 && IsOperand(parent->GetAt(count - 2)) && IsOperand(added))
-            return FailList(error, kMsgBadExpression, added->GetPosition());
+            return Fail(error, kMsgBadExpression, added->GetPosition());
         if (added->GetKind() == NodeFunction || added->GetKind() == NodeGroup) {
-            if (depth + 1 > CALC_MAX_NESTING) return FailList(error, kMsgBrackets, added->GetPosition());
-            if (!ConvertList(src, pos, added, error, depth + 1)) return Failed;
+            if (depth + 1 > CALC_MAX_NESTING) return Fail(error, kMsgBrackets, added->GetPosition());
+            if (!ConvertList(src, pos, added, error, depth + 1)) return 0;
         }
     }
     // The end of the text: a group left open fails at its own bracket.
-    if (parentKind == NodeGroup) return FailList(error, kMsgBrackets, parent->GetPosition());
-    return AtTextEnd;
+    if (parentKind == NodeGroup) return Fail(error, kMsgBrackets, parent->GetPosition());
+    return 1;
 }
 
 }  // namespace
 
 int Convert(const ConvertSource& source, int& pos, CCalcNode* parent, ConvertError& error) {
     if (!parent) return 0;
-    return ConvertList(source, pos, parent, error, 0) != Failed;
+    return ConvertList(source, pos, parent, error, 0);
 }
 
 }  // namespace qorcalc::calc

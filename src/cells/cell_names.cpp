@@ -22,8 +22,8 @@ constexpr uint32_t kMaxNamedRow = 999999;
 constexpr uint32_t kMaxNamedCol = 699;  // ZX
 constexpr char16_t kMarker = u'@';
 
-// Letters passed before the row in a strict reading.
-constexpr int kMaxStrictLetters = 3;
+// Letters that may stand before the row; a fourth one leaves no row.
+constexpr int kMaxLettersBeforeRow = 3;
 
 bool IsColumnLetter(char16_t c) { return c >= u'A' && c <= u'Z'; }
 
@@ -59,10 +59,10 @@ int CUtilityCalc::CellName2RowCol(CRowCol& cell, const char16_t* name, int bStri
     cell.m_nRow = -1;
     cell.m_nCol = ColName2Col(name, bStrict);
     if (cell.m_nCol < 0) return 0;
-    // A lenient reading skips any further letters before the row ("ABC12"
-    // is AB12); a strict one passes at most three, so a fourth is no row.
+    // At most three letters may stand before the row, in either reading:
+    // a lenient one reads AB out of "ABC12", but "ABCD12" has no row.
     int at = 0;
-    while (qorcalc::support::iswalpha16(name[at]) && (!bStrict || at < kMaxStrictLetters)) ++at;
+    while (at < kMaxLettersBeforeRow && qorcalc::support::iswalpha16(name[at])) ++at;
     // A row starts with a digit other than "0": A0 and A07 are no cell names.
     if (name[at] >= u'1' && name[at] <= u'9') cell.m_nRow = qorcalc::support::wtoi(name + at) - 1;
     return cell.m_nRow >= 0;

@@ -19,10 +19,14 @@ using namespace qorcalc::func;
 using qorcalc::detail::MessageText;
 using qorcalc::detail::TranslateText;
 using qorcalc::support::wcsicmp16;
+using qorcalc::support::wcsicmpAscii16;
 
 constexpr uint32_t kMsgUnknownFunction = 1000;
 
-bool SameName(const CString& a, const char16_t* b) { return wcsicmp16(a, b) == 0; }
+// Host items are matched on their names ignoring the case of A..Z only, so
+// that the same names match under every locale: a Turkish one would otherwise
+// make "D\u0130V" (dotted capital I) the same name as "div".
+bool SameName(const CString& a, const char16_t* b) { return wcsicmpAscii16(a, b) == 0; }
 
 // FLAG_RESTRICTED without FLAG_EXEMPT.
 bool IsRestricted(const CFuncItem& item) {
@@ -148,7 +152,7 @@ int CFuncMnger::GetFuncsOfCategory(int category, CPtrArray& out) {
         }
         CString key = NamedCategory(*item);
         const bool known = std::any_of(named.begin(), named.end(),
-                                       [&](const CString& k) { return SameName(k, key); });
+                                       [&](const CString& k) { return k.CompareNoCase(key) == 0; });
         if (!known) named.push_back(std::move(key));
     }
     std::sort(ids.begin(), ids.end());

@@ -101,7 +101,11 @@ int ISortedStringQuery::Find(const char16_t* key, int bCase, int bPrefix) const 
 
 const char16_t* CStringPool::GetAt(int index) const {
     if (index < 0 || index >= GetSize()) return nullptr;
-    return reinterpret_cast<const char16_t*>(m_mem.GetData() + m_offsets[index]);
+    const uint32_t offset = m_offsets[index];
+    // A buffer that ends on a separator leaves its last offset at the block's
+    // end: that string is empty and has no bytes of its own.
+    if (offset >= m_mem.GetSize()) return u"";
+    return reinterpret_cast<const char16_t*>(m_mem.GetData() + offset);
 }
 
 void CStringPool::Empty() {
@@ -148,13 +152,7 @@ int CStringPool::LoadSortedBuf(CMem& buf, int bLower, const char16_t* separator)
         }
     }
 
-    // A buffer that ends with a separator leaves an offset at the block's end,
-    // and one without a final separator leaves its last string open: either
-    // way a terminator closes the block.
-    if (m_offsets[m_offsets.GetUpperBound()] == length * 2 || chars[length - 1] != 0) {
-        m_mem.AddByte(0);
-        m_mem.AddByte(0);
-    }
+    CloseOpenTail();
     m_mem.Finish();
     return 1;
 }
@@ -226,6 +224,7 @@ int CStringPool::Deserialize(IStreamInput* in) {
         Empty();
         return 0;
     }
+    CloseOpenTail();
     return 1;
 }
 
@@ -245,12 +244,29 @@ void CStringPool::ShiftOffsetsAfter(int index, uint32_t delta) {
     for (int i = index + 1; i < m_offsets.GetSize(); ++i) m_offsets[i] += delta;
 }
 
-// Each offset even and inside the block, and the block closed by a
-// terminator: then every string read from an offset ends inside the block.
+// A block is sound when it holds whole characters and every offset is even
+// and inside it or at its very end (the empty last string of a buffer that
+// ended on a separator).  The block need not end with a terminator: an open
+// last string is closed by CloseOpenTail.
 bool CStringPool::OffsetsAreValid() const {
     const uint32_t blockSize = m_mem.GetSize();
     if (blockSize < 2 || blockSize % 2 != 0) return false;
-    if (m_mem.GetData()[blockSize - 1] != 0 || m_mem.GetData()[blockSize - 2] != 0) return false;
     return std::all_of(m_offsets.begin(), m_offsets.end(),
-                       [blockSize](uint32_t offset) { return offset < blockSize && offset % 2 == 0; });
+                       [blockSize](uint32_t offset) { return offset <= blockSize && offset % 2 == 0; });
+}
+
+// A buffer that does not end on a separator leaves its last string without a
+// terminator; one is added after it so that every string ends inside the
+// block.  Blocks whose strings are all closed are left exactly as they are.
+void CStringPool::CloseOpenTail() {
+    const char16_t* chars = m_mem.GetWideData();
+    const uint32_t length = m_mem.GetWideLength();
+    uint32_t tail = length;  // the first character after the last terminator
+    while (tail > 0 && chars[tail - 1] != 0) --tail;
+    const bool open = std::any_of(m_offsets.begin(), m_offsets.end(), [&](uint32_t offset) {
+        return offset / 2 >= tail && offset / 2 < length;
+    });
+    if (!open) return;
+    m_mem.AddByte(0);
+    m_mem.AddByte(0);
 }

@@ -27,6 +27,8 @@ std::wstring ToWide(const char16_t* s) {
 
 int Sign(int v) { return (v > 0) - (v < 0); }
 
+char16_t AsciiLower(char16_t c) { return c >= u'A' && c <= u'Z' ? static_cast<char16_t>(c + 32) : c; }
+
 template <class T>
 T ParseLeadingInteger(const char16_t* s) {
     if (!s) return 0;
@@ -63,7 +65,7 @@ char16_t towupper16(char16_t c) {
 }
 
 char16_t towlower16(char16_t c) {
-    if (c < 0x80) return c >= u'A' && c <= u'Z' ? static_cast<char16_t>(c + 32) : c;
+    if (c < 0x80) return AsciiLower(c);
     if (c >= 0xD800 && c < 0xE000) return c;
     wint_t l = std::towlower(static_cast<wint_t>(c));
     return l <= 0xFFFF ? static_cast<char16_t>(l) : c;
@@ -78,14 +80,23 @@ int wcscmp16(const char16_t* a, const char16_t* b) {
     return (*a > *b) - (*a < *b);
 }
 
-int wcsicmp16(const char16_t* a, const char16_t* b) {
+namespace {
+
+template <class Fold>
+int CompareFolded(const char16_t* a, const char16_t* b, Fold fold) {
     if (!a) a = u"";
     if (!b) b = u"";
     for (;; ++a, ++b) {
-        char16_t x = towlower16(*a), y = towlower16(*b);
+        char16_t x = fold(*a), y = fold(*b);
         if (x != y || !x) return (x > y) - (x < y);
     }
 }
+
+}  // namespace
+
+int wcsicmp16(const char16_t* a, const char16_t* b) { return CompareFolded(a, b, towlower16); }
+
+int wcsicmpAscii16(const char16_t* a, const char16_t* b) { return CompareFolded(a, b, AsciiLower); }
 
 int wcscoll16(const char16_t* a, const char16_t* b) {
     return Sign(std::wcscoll(ToWide(a).c_str(), ToWide(b).c_str()));

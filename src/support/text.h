@@ -33,6 +33,8 @@ inline bool iswspace16(char16_t c) {
 int wcscmp16(const char16_t* a, const char16_t* b);
 // Ordinal after folding both sides with towlower16.
 int wcsicmp16(const char16_t* a, const char16_t* b);
+// Ordinal after folding A..Z only: the same result under every locale.
+int wcsicmpAscii16(const char16_t* a, const char16_t* b);
 // Locale collation (wcscoll); the i-form folds case first.
 int wcscoll16(const char16_t* a, const char16_t* b);
 int wcsicoll16(const char16_t* a, const char16_t* b);

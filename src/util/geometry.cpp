@@ -14,6 +14,10 @@ namespace {
 
 constexpr double kScreenDpi = 96.0;
 
+// The largest element count of an array stream that is given its memory
+// before the elements are read (4 MiB of elements).
+constexpr uint32_t kMaxPresizedCount = 1u << 20;
+
 int32_t Narrow(int64_t v) {
     return static_cast<int32_t>(std::clamp<int64_t>(v, std::numeric_limits<int32_t>::min(),
                                                     std::numeric_limits<int32_t>::max()));
@@ -225,19 +229,23 @@ int ReadCount(IStreamInput* in, int countWidth, uint32_t& count) {
 
 }  // namespace
 
-// The array grows as elements arrive instead of being sized to the count up
-// front, so a forged count of four billion costs nothing; when the stream ends
-// early the array holds the elements that were read and the result is 0.
+// The array takes the announced size before its elements arrive and keeps
+// it when the stream ends early: the elements read so far, zeros after
+// them, and the result 0.  Only a count above kMaxPresizedCount that the
+// stream cannot show it holds is taken on trust no further than the elements
+// that actually arrive, so a forged count of four billion costs nothing.
 int CUtilityCalc::DeserializeUIntArray(IStreamInput* in, CUIntArray& items, int countWidth) {
     uint32_t count = 0;
     if (!in || !ReadCount(in, countWidth, count)) return 0;
-    items.RemoveAll();
     const int64_t left = in->Remaining();
-    if (left >= 0) items.Items().reserve(std::min<uint64_t>(count, static_cast<uint64_t>(left) / 4));
+    const bool presize = count <= kMaxPresizedCount || (left >= 0 && static_cast<uint64_t>(left) / 4 >= count);
+    items.RemoveAll();
+    if (presize) items.SetSize(static_cast<int>(count));
     for (uint32_t i = 0; i < count; ++i) {
         uint32_t v = 0;
         if (!in->Read32(v)) return 0;
-        items.Add(v);
+        if (presize) items[static_cast<int>(i)] = v;
+        else items.Add(v);
     }
     return 1;
 }
