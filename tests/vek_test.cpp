@@ -131,7 +131,7 @@ TEST(CVekText, PadAndStr2Bool) {
         EXPECT_EQ(Edited(c.text, [&](CString& s) { CVek::Pad(s, c.length, c.ch, c.left); }), c.want) << U8(c.text);
     CString huge(u"x");
     CVek::Pad(huge, 0x7FFFFFFF, u'.', 0);
-    EXPECT_EQ(huge.GetLength(), CVek::kMaxPadLength);
+    EXPECT_EQ(huge.GetLength(), CALC_MAX_PAD_LENGTH);
     EXPECT_EQ(huge[0], u'x');
 
     struct Bool { const char16_t* text; int want; } bools[] = {

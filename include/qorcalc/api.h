@@ -9,9 +9,12 @@
 
 #include <qorcalc/datetime.h>
 #include <qorcalc/export.h>
+#include <qorcalc/limits.h>
+#include <qorcalc/message_ids.h>
 #include <qorcalc/string.h>
 
 #include <cstdint>
+#include <new>
 
 class ICalc;
 class CFuncMnger;
@@ -57,7 +60,49 @@ CString MessageText(uint32_t id);
 // The provider's translation of `text`, in place (none without a provider).
 void TranslateText(CString& text);
 // The provider's text of `id`, formatted with `argument` as its one "%s".
+// For the engine-level failures (a limit passed, memory exhausted, an
+// internal fault) the argument is cut to CALC_MAX_QUOTED_LENGTH characters:
+// the text that passed a limit is huge by definition.
 CString FormatMessage(uint32_t id, const CString& argument);
 // Records FormatMessage(id, argument) as the last error; returns that text.
+// An engine-level failure is also kept, per thread, until TakeEngineFailure.
 CString ReportMessage(uint32_t id, const CString& argument);
+// True for the ids of engine-level failures: they outrank the failure of the
+// function or step they happened in (1072), so the host learns the cause.
+bool IsEngineFailure(uint32_t id);
+// ReportMessage for an engine-level failure that must not fail itself: when
+// the provider or memory fails while reporting, the neutral text
+// "error <id>" is recorded instead (or, failing that, none) and the id kept.
+void ReportEngineFailure(uint32_t id, const CString& argument) noexcept;
+// The engine-level failure reported on this thread since the last call (its
+// id, 0 when none, and its text); forgets it.
+uint32_t TakeEngineFailure(CString& text);
+
+// Thrown where a limit is passed deep inside a routine that has no failure
+// return (a writer); the boundary guard turns it into ReportMessage(id, text).
+struct LimitExceeded {
+    uint32_t id;
+    CString text;
+};
+
+// Runs `body` and returns its result; an exception becomes the failure value
+// `failed`, with the engine-level failure reported (1305 for exhausted
+// memory, the limit's own id, else 1306) and `where` as the message's "%s".
+// Every exported entry point that does real work runs inside it.
+template <class Body, class Result>
+Result Guarded(const char16_t* where, Result failed, Body&& body) noexcept;
 }  // namespace qorcalc::detail
+
+template <class Body, class Result>
+Result qorcalc::detail::Guarded(const char16_t* where, Result failed, Body&& body) noexcept {
+    try {
+        return body();
+    } catch (const LimitExceeded& e) {
+        ReportEngineFailure(e.id, e.text);
+    } catch (const std::bad_alloc&) {
+        ReportEngineFailure(CALC_MSG_OUT_OF_MEMORY, where);
+    } catch (...) {
+        ReportEngineFailure(CALC_MSG_INTERNAL, where);
+    }
+    return failed;
+}

@@ -21,6 +21,7 @@
 #include <qorcalc/buffer.h>
 #include <qorcalc/collections.h>
 #include <qorcalc/export.h>
+#include <qorcalc/limits.h>
 #include <qorcalc/string.h>
 
 #include <cstdint>
@@ -64,9 +65,6 @@ enum ENUM_STEP {
     STEP_UNWRAP = 4,    // a group holding one child: unwrap it
 };
 
-// The deepest bracket nesting (groups and calls) a formula may have.  The
-// converter reports a deeper formula as an error.
-constexpr int CALC_MAX_NESTING = 1024;
 
 // The abstract node as hosts see it.
 class QORCALC_API ICalcNode {

@@ -1,5 +1,6 @@
 #include "calc/converter.h"
 
+#include <qorcalc/message_ids.h>
 #include <qorcalc/utility.h>
 #include <qorcalc/vek.h>
 
@@ -35,6 +36,13 @@ int Fail(ConvertError& error, uint32_t id, int position) {
     error.messageId = id;
     error.position = position;
     return 0;
+}
+
+// Counts a node about to be made at `position`; fails past CALC_MAX_NODES.
+bool CountNode(ConvertError& error, int position) {
+    if (++error.nodeCount <= CALC_MAX_NODES) return true;
+    Fail(error, CALC_MSG_TREE_TOO_LARGE, position);
+    return false;
 }
 
 bool InQuotes(const ConvertSource& src, int pos) {
@@ -166,6 +174,7 @@ ListEnd ConvertArguments(const ConvertSource& src, int& pos, CCalcNode* call, Co
     const int len = src.text.GetLength();
     for (;;) {
         if (pos >= len) return FailList(error, kMsgBrackets, pos);
+        if (!CountNode(error, pos)) return Failed;
         auto* arg = new CCalcNode(call, NodeArgument);
         arg->SetPosition(pos);
         call->Add(arg);
@@ -194,6 +203,7 @@ ListEnd ConvertList(const ConvertSource& src, int& pos, CCalcNode* parent, Conve
             if (parentKind == NodeArgument) return AtComma;
             return FailList(error, kMsgBadExpression, tok.start);
         }
+        if (!CountNode(error, tok.start)) return Failed;
         auto node = std::make_unique<CCalcNode>(parent);
         node->SetPosition(tok.start);
         if (!MakeNode(tok, *node, error)) return Failed;

@@ -1,5 +1,7 @@
 #include <qorcalc/pool.h>
 
+#include <qorcalc/limits.h>
+
 #include <qorcalc/streams.h>
 #include <qorcalc/vek.h>
 
@@ -20,7 +22,7 @@ static_assert(std::endian::native == std::endian::little, "the pool stream forma
 
 namespace {
 
-constexpr uint64_t kMaxBlockBytes = uint64_t{1} << 30;
+constexpr uint64_t kMaxBlockBytes = CALC_MAX_POOL_BYTES;
 // Arrays read from a stream that cannot tell its length grow by this many
 // elements at a time, so a forged count costs at most one chunk.
 constexpr uint32_t kReadChunk = 1u << 14;

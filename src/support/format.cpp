@@ -5,6 +5,7 @@
 // otherwise the directive's text is copied as it stands and the argument
 // stays for the next directive.  Widths and precisions above kMaxField make
 // the directive literal too, so no format text can ask for a huge buffer.
+#include <qorcalc/limits.h>
 #include <qorcalc/string.h>
 
 #include <charconv>
@@ -15,7 +16,7 @@ namespace qorcalc::detail {
 
 namespace {
 
-constexpr int kMaxField = 4096;
+constexpr int kMaxField = CALC_MAX_FORMAT_FIELD;
 
 struct Directive {
     bool left = false, plus = false, space = false, zero = false, alt = false;

@@ -155,7 +155,7 @@ int CVek::ArrayCompareNoCase(const CStringArray& items, const char16_t* text, in
 }
 
 void CVek::Pad(CString& text, int length, char16_t ch, int bLeft) {
-    const int missing = std::min(length, kMaxPadLength) - text.GetLength();
+    const int missing = std::min(length, CALC_MAX_PAD_LENGTH) - text.GetLength();
     if (missing <= 0) return;
     std::u16string& s = text.Str();
     s.insert(bLeft ? s.begin() : s.end(), static_cast<size_t>(missing), ch);

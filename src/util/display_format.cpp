@@ -7,6 +7,7 @@
 // costs one scan.
 #include "util/display_format.h"
 
+#include <qorcalc/limits.h>
 #include <qorcalc/utility.h>
 
 #include "support/text.h"
@@ -22,7 +23,7 @@ constexpr uint8_t kDecimalsMask = 0x3F;
 constexpr uint8_t kAllDecimals = 0x3F;
 constexpr uint8_t kShowZero = 0x40;
 constexpr uint8_t kSeparators = 0x80;
-constexpr size_t kMaxPatternDigits = 63;
+constexpr size_t kMaxPatternDigits = CALC_MAX_PATTERN_DIGITS;
 
 int DecimalsOf(uint8_t format) {
     const int n = format & kDecimalsMask;

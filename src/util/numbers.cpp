@@ -10,6 +10,7 @@
 //   - no conversion between double and integer is ever out of range: the
 //     results saturate instead (see utility.h);
 //   - numbers never depend on the process locale (from_chars / to_chars).
+#include <qorcalc/limits.h>
 #include <qorcalc/utility.h>
 
 #include "support/text.h"
@@ -24,19 +25,15 @@ using qorcalc::support::IsAsciiDigit;
 
 namespace {
 
-// Str2Double hands at most this many characters to the number parser.
-constexpr int kScanLimit = 63;
+constexpr int kScanLimit = CALC_MAX_NUMBER_TEXT;
 // Double2Str writes 15 significant digits, and never more than 8 decimals.
 constexpr int kSignificantDigits = 15;
 constexpr int kMaxWrittenDecimals = 8;
 // From here on a double has no fraction worth writing.
 constexpr double kWholeOnly = 999999999999999.0;
-// RoundStr keeps at most 19 digits in all and at most 12 asked-for decimals.
-constexpr long long kMaxDigits = 19;
-constexpr long long kMaxRoundedDecimals = 12;
-// RoundStr pads with zeros up to this many decimals, so that a forged count
-// cannot ask for gigabytes.
-constexpr int kMaxPaddedDecimals = 4096;
+constexpr long long kMaxDigits = CALC_MAX_ROUND_DIGITS;
+constexpr long long kMaxRoundedDecimals = CALC_MAX_ROUND_DECIMALS;
+constexpr int kMaxPaddedDecimals = CALC_MAX_PAD_DECIMALS;
 // ResetDoubleString accepts integer parts (sign included) up to this length.
 constexpr int kMaxIntegerChars = 18;
 // LimitString counts characters above this code twice (wide glyphs).

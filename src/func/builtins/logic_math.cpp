@@ -232,7 +232,7 @@ int Rand(CFuncPara* para, int argc) {
 
 int SumDim(CFuncPara* para, int argc) {
     if (argc < 1) return kWrongCount;
-    CUtilityCalc::SumDim(para->m_strResult, para->m_arrParas);
+    if (CUtilityCalc::SumDim(para->m_strResult, para->m_arrParas) < 0) return TextTooLong(para);
     return kOk;
 }
 
