@@ -17,5 +17,6 @@
 #include <qorcalc/api.h>
 #include <qorcalc/node.h>
 #include <qorcalc/calc.h>
+#include <qorcalc/limits.h>
 #include <qorcalc/message_ids.h>
 #include <qorcalc/limits.h>

@@ -101,7 +101,9 @@ public:
     static void SafeDelete(CString& text, int position, int count);
     static int StrChrs(const CString& text, char16_t ch);
     static int IsMatchStr(const CString& text, const CString& pattern, char16_t mode);
-    // Adds dimension texts ("10x20", "3x4") element by element into `out`.
+    // Adds dimension texts ("10x20", "3x4") element by element into `out`;
+    // the element count, or -1 (nothing written) when the text would pass
+    // CALC_MAX_TEXT_LENGTH.
     static int SumDim(CString& out, const CStringArray& args);
 
     // --- URL encoding --------------------------------------------------------

@@ -6,10 +6,9 @@
 // and never reads outside its arguments.
 #pragma once
 
-#include <qorcalc/limits.h>
-
 #include <qorcalc/collections.h>
 #include <qorcalc/export.h>
+#include <qorcalc/limits.h>
 #include <qorcalc/string.h>
 
 #include <cstdint>
@@ -66,7 +65,8 @@ public:
     static int ArrayCompareNoCase(const CStringArray& items, const char16_t* text, int start = 0);
     // Pads `text` with `ch` to `length` characters, on the left when `bLeft`
     // is non-zero, else on the right.  A text already as long is left alone.
-    // Lengths above CALC_MAX_PAD_LENGTH pad to CALC_MAX_PAD_LENGTH.
+    // Lengths above CALC_MAX_PAD_LENGTH pad to it, so a length taken from a
+    // formula cannot make the engine allocate gigabytes.
     static void Pad(CString& text, int length, char16_t ch, int bLeft = 1);
     // ASCII "0".."9".
     static int IsDigit(char16_t ch);

@@ -61,15 +61,74 @@ int CUtilityCalc::Calc_SetCompareCalcDeclen(int decimals) {
 
 namespace qorcalc::detail {
 
-CString MessageText(uint32_t id) { return CString(State().provider->GetText(id)); }
+CString MessageText(uint32_t id) {
+    ILggInterface* provider = State().provider;
+    if (provider) return CString(provider->GetText(id));
+    // No catalogue yet: a text without "%s", so formatting keeps it as is.
+    CString text;
+    text.Format(u"error %u", id);
+    return text;
+}
 
-void TranslateText(CString& text) { State().provider->Translate(text); }
+void TranslateText(CString& text) {
+    if (ILggInterface* provider = State().provider) provider->Translate(text);
+}
+
+namespace {
+
+struct EngineFailure {
+    uint32_t id = 0;
+    CString text;
+};
+
+thread_local EngineFailure t_engineFailure;
+
+CString Quoted(const CString& text) {
+    if (text.GetLength() <= CALC_MAX_QUOTED_LENGTH) return text;
+    return text.Left(CALC_MAX_QUOTED_LENGTH - 3) + CString(u"...");
+}
+
+}  // namespace
+
+bool IsEngineFailure(uint32_t id) {
+    return id == CALC_MSG_TEXT_TOO_LONG || id == CALC_MSG_FORMULA_TOO_LONG || id == CALC_MSG_TREE_TOO_LARGE ||
+           id == CALC_MSG_OUT_OF_MEMORY || id == CALC_MSG_INTERNAL;
+}
+
+CString FormatMessage(uint32_t id, const CString& argument) {
+    CString text;
+    text.Format(MessageText(id), IsEngineFailure(id) ? Quoted(argument) : argument);
+    return text;
+}
 
 CString ReportMessage(uint32_t id, const CString& argument) {
-    CString text;
-    text.Format(MessageText(id), argument);
+    CString text = FormatMessage(id, argument);
     CVek::Error(text);
+    if (IsEngineFailure(id)) t_engineFailure = {id, text};
     return text;
+}
+
+void ReportEngineFailure(uint32_t id, const CString& argument) noexcept {
+    try {
+        ReportMessage(id, argument);
+        return;
+    } catch (...) {
+    }
+    t_engineFailure.id = id;
+    try {
+        CString text;
+        text.Format(u"error %u", id);
+        CVek::Error(text);
+        t_engineFailure.text = text;
+    } catch (...) {
+    }
+}
+
+uint32_t TakeEngineFailure(CString& text) {
+    const uint32_t id = t_engineFailure.id;
+    text = t_engineFailure.text;
+    t_engineFailure = EngineFailure();
+    return id;
 }
 
 }  // namespace qorcalc::detail

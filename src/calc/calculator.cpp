@@ -13,10 +13,6 @@
 
 ICalc::~ICalc() = default;
 
-ICalc* NewCalc(CFuncMnger* funcMnger, void* hostData) {
-    return new (std::nothrow) qorcalc::calc::CCalc(funcMnger, hostData);
-}
-
 namespace qorcalc::calc {
 
 namespace {
@@ -24,8 +20,21 @@ namespace {
 constexpr int kGoOn = -2;
 constexpr int kWriteCapacity = 512;
 
+// A builder that stops at CALC_MAX_TEXT_LENGTH: a tree written back for
+// re-conversion is a text like any other.
+class CBoundedBuilder final : public CStringBuilder {
+public:
+    using CStringBuilder::CStringBuilder;
+    using CWriter::Write;
+    void Write(const char16_t* text, int length) override {
+        if (length > CALC_MAX_TEXT_LENGTH - GetLength())
+            throw detail::LimitExceeded{CALC_MSG_TEXT_TOO_LONG, ToString()};
+        CStringBuilder::Write(text, length);
+    }
+};
+
 CString FormulaOf(CCalcNode* node) {
-    CStringBuilder builder(kWriteCapacity);
+    CBoundedBuilder builder(kWriteCapacity);
     node->Write(builder);
     return builder.ToString();
 }

@@ -1,5 +1,6 @@
 #include "calc/converter.h"
 
+#include <qorcalc/message_ids.h>
 #include <qorcalc/utility.h>
 #include <qorcalc/vek.h>
 
@@ -35,6 +36,13 @@ int Fail(ConvertError& error, uint32_t id, int position) {
     error.messageId = id;
     error.position = position;
     return 0;
+}
+
+// Counts a node about to be made at `position`; fails past CALC_MAX_NODES.
+bool CountNode(ConvertError& error, int position) {
+    if (++error.nodeCount <= CALC_MAX_NODES) return true;
+    Fail(error, CALC_MSG_TREE_TOO_LARGE, position);
+    return false;
 }
 
 bool InQuotes(const ConvertSource& src, int pos) {
@@ -160,6 +168,7 @@ int ConvertArguments(const ConvertSource& src, int& pos, CCalcNode* call, Conver
     for (;;) {
         if (pos > 0 && src.text[pos - 1] == u')') return 1;
         if (pos >= len) return Fail(error, kMsgBrackets, pos);
+        if (!CountNode(error, pos)) return 0;
         auto* arg = new CCalcNode(call, NodeArgument);
         arg->SetPosition(pos);
         call->Add(arg);
@@ -183,6 +192,7 @@ int ConvertList(const ConvertSource& src, int& pos, CCalcNode* parent, ConvertEr
             if (parentKind == NodeArgument) return 1;
             return Fail(error, kMsgBadExpression, tok.start);
         }
+        if (!CountNode(error, tok.start)) return 0;
         auto node = std::make_unique<CCalcNode>(parent);
         node->SetPosition(tok.start);
         if (!MakeNode(tok, *node, error)) return 0;

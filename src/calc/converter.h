@@ -9,7 +9,8 @@
 // Limits: brackets (groups and calls) nest at most CALC_MAX_NESTING deep; a
 // deeper formula fails with message 1070 at the first bracket past the
 // limit, so that neither the conversion nor the later walks can exhaust the
-// stack.
+// stack.  A tree holds at most CALC_MAX_NODES nodes (message 1302 at the
+// token that would pass it), also when a host's answers keep growing it.
 #pragma once
 
 #include <qorcalc/collections.h>
@@ -34,10 +35,12 @@ struct ConvertSource {
     const CUIntArray& quoteEnds;
 };
 
-// Where and why a conversion failed.
+// Where and why a conversion failed, and the nodes made so far (the root
+// included), which may not pass CALC_MAX_NODES.
 struct ConvertError {
     int position = -1;
     uint32_t messageId = 0;
+    int nodeCount = 1;
 };
 
 // Builds the children of `parent` from `pos` on, up to the parent's end: the

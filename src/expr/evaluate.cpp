@@ -5,6 +5,8 @@
 #include "expr/evaluate.h"
 
 #include <qorcalc/api.h>
+#include <qorcalc/limits.h>
+#include <qorcalc/message_ids.h>
 #include <qorcalc/utility.h>
 
 #include <algorithm>
@@ -62,15 +64,18 @@ bool MakeCompatible(CCalcNode* left, CCalcNode* right, uint8_t op, uint8_t forma
     return true;
 }
 
-// left = left op right, for compatible operands.
-void Combine(CCalcNode* left, CCalcNode* right, uint8_t op) {
+// left = left op right, for compatible operands.  False, with nothing
+// built, when the joined text would pass CALC_MAX_TEXT_LENGTH.
+bool Combine(CCalcNode* left, CCalcNode* right, uint8_t op) {
     if (left->GetKind() == NodeString) {
         if (left->RawText() == kInfinity || right->RawText() == kInfinity) {
             left->AssignText(kInfinity);
+        } else if (right->RawText().GetLength() > CALC_MAX_TEXT_LENGTH - left->RawText().GetLength()) {
+            return false;
         } else {
             left->AssignText(left->RawText() + right->RawText());
         }
-        return;
+        return true;
     }
     const double a = left->GetNumber();
     const double b = right->GetNumber();
@@ -89,6 +94,7 @@ void Combine(CCalcNode* left, CCalcNode* right, uint8_t op) {
         }
         break;
     }
+    return true;
 }
 
 // Applies every unary minus: a "-" first in the list or right after the
@@ -122,8 +128,9 @@ bool ApplyUnaryMinus(std::vector<CCalcNode*>& list) {
 
 // One left-to-right pass over the operators `opA` and `opB`: each one folds
 // its right operand into its left one.  The list is compacted as it goes
-// (w never passes r); on failure it is left as the reduction has made it.
-bool ReducePass(std::vector<CCalcNode*>& list, uint8_t opA, uint8_t opB, uint8_t format) {
+// (w never passes r); on failure (`errorCode` set) it is left as the
+// reduction has made it.
+bool ReducePass(std::vector<CCalcNode*>& list, uint8_t opA, uint8_t opB, uint8_t format, uint32_t& errorCode) {
     if (list.size() <= 2) return true;
     size_t w = 1;
     size_t r = 1;
@@ -134,10 +141,15 @@ bool ReducePass(std::vector<CCalcNode*>& list, uint8_t opA, uint8_t opB, uint8_t
             CCalcNode* left = list[w - 1];
             CCalcNode* right = list[r + 1];
             if (!MakeCompatible(left, right, node->GetOp(), format)) {
+                errorCode = kMsgCannotReduce;
                 ok = false;
                 break;
             }
-            Combine(left, right, node->GetOp());
+            if (!Combine(left, right, node->GetOp())) {
+                errorCode = CALC_MSG_TEXT_TOO_LONG;
+                ok = false;
+                break;
+            }
             delete node;
             delete right;
             r += 2;
@@ -168,7 +180,7 @@ int CompareOperands(CCalcNode* node, uint8_t format) {
 void FormatError(CCalcNode* node, uint32_t errorCode, CString& errorText) {
     CString formula;
     node->GetFormula(formula);
-    errorText.Format(qorcalc::detail::MessageText(errorCode), formula);
+    errorText = qorcalc::detail::FormatMessage(errorCode, formula);
 }
 
 // The operands and operators between two logical operators, or one logical
@@ -268,7 +280,9 @@ int ReduceArithmetic(CCalcNode* node, uint8_t format, uint32_t& errorCode) {
     const size_t entryCount = list.size();
     const auto compares = std::count_if(list.begin(), list.end(), [](CCalcNode* n) { return n->IsCompareOperator(); });
     if (compares > 1 || !ApplyUnaryMinus(list)) return fail();
-    if (!ReducePass(list, OpMultiply, OpDivide, format) || !ReducePass(list, OpAdd, OpSubtract, format)) return fail();
+    if (!ReducePass(list, OpMultiply, OpDivide, format, errorCode) ||
+        !ReducePass(list, OpAdd, OpSubtract, format, errorCode))
+        return 0;
     if (compares == 0) {
         if (list.size() != 1) return fail();
         node->CopyValue(*list[0]);

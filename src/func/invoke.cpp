@@ -1,16 +1,13 @@
 #include "func/invoke.h"
 
 #include <qorcalc/api.h>
+#include <qorcalc/limits.h>
+#include <qorcalc/message_ids.h>
 #include <qorcalc/utility.h>
 #include <qorcalc/vek.h>
 
 namespace qorcalc::func {
-namespace {
 
-// Return kinds whose results are always text: text, date and time, date.
-bool IsQuotedKind(uint8_t kind) { return kind == 1 || kind == 3 || kind == 4; }
-
-// "name(arg1, arg2)", the argument of messages 1003 and 1004.
 CString CallText(const CString& name, const CStringArray& args) {
     CString joined;
     CVek::Array2CString(joined, args, u", ");
@@ -18,6 +15,11 @@ CString CallText(const CString& name, const CStringArray& args) {
     text.Format(u"%s(%s)", name, joined);
     return text;
 }
+
+namespace {
+
+// Return kinds whose results are always text: text, date and time, date.
+bool IsQuotedKind(uint8_t kind) { return kind == 1 || kind == 3 || kind == 4; }
 
 void ReportFailure(CFuncPara& para, int status, const CStringArray& args) {
     if (status == 0 || status == -1) {
@@ -37,7 +39,14 @@ int Invoke(CFuncPara& para, PFN_CALCFUNC fn, uint8_t kind) {
     // Functions may rewrite or remove their arguments; a failure is reported
     // with the arguments as they were handed over.
     const CStringArray args = para.m_arrParas;
-    const int status = fn(&para, args.GetSize());
+    int status = fn(&para, args.GetSize());
+    // Results made by the host (its items, js) are not measured before they
+    // are built; none enters a tree past the limit (two more characters for
+    // the quotes a text result may already carry).
+    if (status == 1 && para.m_strResult.GetLength() > CALC_MAX_TEXT_LENGTH + 2) {
+        para.m_strResult = detail::ReportMessage(CALC_MSG_TEXT_TOO_LONG, CallText(para.m_strFuncName, args));
+        status = 2;
+    }
     if (status != 1) {
         ReportFailure(para, status, args);
         return 0;

@@ -1,6 +1,8 @@
 #include <qorcalc/limits.h>
 #include <qorcalc/pool.h>
 
+#include <qorcalc/limits.h>
+
 #include <qorcalc/streams.h>
 #include <qorcalc/vek.h>
 

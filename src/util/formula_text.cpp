@@ -7,6 +7,7 @@
 // letters of the current locale; wider characters pass when the caller
 // allows them.
 #include <qorcalc/buffer.h>
+#include <qorcalc/limits.h>
 #include <qorcalc/utility.h>
 #include <qorcalc/vek.h>
 
@@ -245,7 +246,8 @@ int CUtilityCalc::IsMatchStr(const CString& text, const CString& pattern, char16
 //     the arguments, and as many after it as the widest run seen after one;
 //     blanks before the first and after the last element are dropped.
 //   - The result is the number of elements written; 0 (and an empty text)
-//     when there is nothing to sum.
+//     when there is nothing to sum; -1 (and an empty text) when the text
+//     would pass CALC_MAX_TEXT_LENGTH, found before it is built.
 namespace {
 
 constexpr const char16_t* kBlanks = u" \t";
@@ -303,11 +305,17 @@ int CUtilityCalc::SumDim(CString& out, const CStringArray& args) {
 
     const CString joint = CString(u' ', static_cast<int>(blanksBefore)) + separator +
                           CString(u' ', static_cast<int>(blanksAfter));
-    CString number;
+    if (sums.empty()) return 0;
+    std::vector<CString> numbers(sums.size());
+    int64_t length = static_cast<int64_t>(joint.GetLength()) * static_cast<int64_t>(sums.size() - 1);
+    for (size_t e = 0; e < sums.size(); ++e) {
+        Double2Str(numbers[e], sums[e], -1);
+        length += numbers[e].GetLength();
+    }
+    if (length > CALC_MAX_TEXT_LENGTH) return -1;
     for (size_t e = 0; e < sums.size(); ++e) {
         if (e > 0) out += joint;
-        Double2Str(number, sums[e], -1);
-        out += number;
+        out += numbers[e];
     }
     return static_cast<int>(sums.size());
 }

@@ -25,16 +25,15 @@ using qorcalc::support::IsAsciiDigit;
 
 namespace {
 
-constexpr int kScanLimit = CALC_MAX_NUMBER_SCAN;
+constexpr int kScanLimit = CALC_MAX_NUMBER_TEXT;
 // Double2Str writes 15 significant digits, and never more than 8 decimals.
 constexpr int kSignificantDigits = 15;
 constexpr int kMaxWrittenDecimals = 8;
 // From here on a double has no fraction worth writing.
 constexpr double kWholeOnly = 999999999999999.0;
-// RoundStr keeps at most 19 digits in all and at most 12 asked-for decimals.
-constexpr long long kMaxDigits = 19;
-constexpr long long kMaxRoundedDecimals = 12;
-constexpr int kMaxPaddedDecimals = CALC_MAX_PADDED_DECIMALS;
+constexpr long long kMaxDigits = CALC_MAX_ROUND_DIGITS;
+constexpr long long kMaxRoundedDecimals = CALC_MAX_ROUND_DECIMALS;
+constexpr int kMaxPaddedDecimals = CALC_MAX_PAD_DECIMALS;
 // ResetDoubleString accepts integer parts (sign included) up to this length.
 constexpr int kMaxIntegerChars = 18;
 // LimitString counts characters above this code twice (wide glyphs).

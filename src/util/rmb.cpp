@@ -5,6 +5,7 @@
 // Supported amounts have at most 13 integer digits (below ten trillion); a
 // longer one is refused before any digit is written, so a text of any length
 // costs no more than scanning it once.
+#include <qorcalc/limits.h>
 #include <qorcalc/utility.h>
 
 #include "support/text.h"
@@ -16,7 +17,7 @@ constexpr const char16_t* kDigits[] = {u"零", u"壹", u"贰", u"叁", u"肆", u
 // 5 serves only the thirteenth digit, read as "万" of the hundred-million group.
 constexpr const char16_t* kPlaceUnits[] = {u"", u"", u"拾", u"佰", u"仟", u"万"};
 
-constexpr int kMaxIntegerDigits = 13;
+constexpr int kMaxIntegerDigits = CALC_MAX_RMB_DIGITS;
 
 // The unit of an integer place 1..13.
 const char16_t* UnitOf(int place) {

@@ -9,6 +9,7 @@
 
 #include "support/text.h"
 
+#include <qorcalc/limits.h>
 #include <qorcalc/vek.h>
 
 #include <algorithm>
@@ -119,7 +120,7 @@ CString SpellEnglish(const CString& number, int keepZeros) {
     std::u16string_view fraction = point == std::u16string_view::npos ? std::u16string_view() : rest.substr(point + 1);
     if (!keepZeros)
         while (!fraction.empty() && fraction.back() == u'0') fraction.remove_suffix(1);
-    if (whole.size() > 12 || !AllDigits(whole) || !AllDigits(fraction)) return CString();
+    if (whole.size() > CALC_MAX_ENGLISH_DIGITS || !AllDigits(whole) || !AllDigits(fraction)) return CString();
     if (whole.empty() && fraction.empty()) return CString(u"zero");
 
     Words words;

@@ -139,8 +139,22 @@ int Replace(CFuncPara* para, int argc) {
     return SetQuoted(para, text);
 }
 
+// The length of `text` with every `from` replaced by `to`, as
+// CString::Replace finds them (left to right, without overlaps).
+int64_t ReplacedLength(const CString& text, const char16_t* from, const char16_t* to) {
+    const std::u16string_view f(from), t(to);
+    const std::u16string& s = text.Str();
+    if (f.empty()) return static_cast<int64_t>(s.size());
+    int64_t count = 0;
+    for (size_t pos = s.find(f); pos != std::u16string::npos; pos = s.find(f, pos + f.size())) ++count;
+    return static_cast<int64_t>(s.size()) + count * (static_cast<int64_t>(t.size()) - static_cast<int64_t>(f.size()));
+}
+
 int ReplaceAll(CFuncPara* para, int argc) {
     if (argc != 3) return kWrongCount;
+    // Measured before it is built: nested calls could otherwise grow a text
+    // tenfold per level.
+    if (ReplacedLength(Arg(para, 0), Arg(para, 1), Arg(para, 2)) > CALC_MAX_TEXT_LENGTH) return TextTooLong(para);
     CString text = Arg(para, 0);
     text.Replace(Arg(para, 1), Arg(para, 2));
     return SetQuoted(para, text);
