@@ -185,7 +185,9 @@ TEST(CalculationSteps, UnansweredQuestionsAreAskedAgain) {
     };
     CCalcNode* pending = nullptr;
     for (const auto& r : rounds) {
-        if (r.answer) ASSERT_EQ(calc->SetTermValue(root.get(), pending, CString::FromUtf8(r.answer)), 1);
+        if (r.answer) {
+            ASSERT_EQ(calc->SetTermValue(root.get(), pending, CString::FromUtf8(r.answer)), 1);
+        }
         CString out;
         EXPECT_EQ(calc->Calculate(root.get(), out, pending, 0, 0), r.code) << r.out;
         EXPECT_EQ(out.ToUtf8(), r.out);
