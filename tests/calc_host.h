@@ -9,6 +9,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace calctest {
@@ -35,6 +36,10 @@ public:
     std::map<std::string, std::function<std::string(const std::vector<std::string>&)>> functions;
     // Every name and call text asked for, in order.
     std::vector<std::string> asked;
+    // The same questions with the code Calculate returned for each.
+    std::vector<std::pair<int, std::string>> requests;
+    // Handed to Calculate: non-zero refuses restricted host functions.
+    int check = 0;
 
     ICalc& Calc() { return *m_calc; }
 
@@ -51,10 +56,11 @@ public:
         for (int round = 0; round < 10000; ++round) {
             CString out;
             CCalcNode* pending = nullptr;
-            const int code = m_calc->Calculate(root, out, pending, 0, format);
+            const int code = m_calc->Calculate(root, out, pending, check, format);
             if (code != CALC_NEED_NAME && code != CALC_NEED_FUNCTION) return Finish(o, code, root);
             const std::string question = out.ToUtf8();
             asked.push_back(question);
+            requests.emplace_back(code, question);
             if (!m_calc->SetTermValue(root, pending, CString::FromUtf8(Answer(code, question))))
                 return Finish(o, CALC_ERROR, root);
         }

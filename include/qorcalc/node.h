@@ -13,9 +13,16 @@
 //     source order; a function node holds one argument node per argument.
 //
 // Depth: deleting, cloning, writing and walking a tree are iterative and work
-// at any depth.  Choosing the next evaluation step walks from the root each
-// round, so its total cost grows with the square of the bracket nesting; the
-// converter therefore refuses formulas nested deeper than CALC_MAX_NESTING.
+// at any depth; brackets nest at most CALC_MAX_NESTING deep.
+//
+// Compiled trees: the root of a compiled formula keeps the state of its
+// calculation beside its nodes (the position of the step walk, which goes on
+// where the previous step left it, so that one calculation costs time linear
+// in the size of the tree).  Every node of such a tree knows its tree.  A
+// node the tree lets go of (folded by evaluation, dropped by a re-conversion
+// or removed) is not freed but kept, marked dead and emptied, until the root
+// is deleted: a node pointer a host still holds stays safe to hand back, and
+// the calculator refuses it as stale.
 #pragma once
 
 #include <qorcalc/buffer.h>
@@ -26,6 +33,8 @@
 
 #include <cstdint>
 #include <vector>
+
+class CCalcTree;
 
 enum ENUM_NODE_KIND : uint8_t {
     NodeEmpty = 0,     // blank; during evaluation: about to be removed
@@ -176,10 +185,20 @@ public:
     void AssignText(const CString& text);
 
     // The children array, for the evaluator's in-place list rewriting.
-    // Whoever edits it keeps the ownership invariant.
+    // Whoever edits it keeps the ownership invariant, and lets go of a node
+    // it takes out with Discard.
     std::vector<CCalcNode*>& Children() { return m_children; }
 
+    // Lets go of a node no parent holds any more, with its subtree: a node
+    // of a compiled tree is kept dead by its tree, any other one is deleted.
+    static void Discard(CCalcNode* node);
+    // 1 once the node's tree has let go of it.
+    int IsDead() const { return m_bDead; }
+    // The tree this node belongs to (null for a node of no compiled tree).
+    CCalcTree* GetTree() const { return m_pTree; }
+
 private:
+    friend class CCalcTree;
     struct WriteFrame;
     QORCALC_LOCAL void WriteTree(CWriter& writer, bool converted, bool nextToText);
     QORCALC_LOCAL void WriteSelf(CWriter& writer, bool converted, bool nextToText, bool& opened);
@@ -193,6 +212,9 @@ private:
     std::vector<CCalcNode*> m_children;
     CCalcNode* m_pParent;
     uint8_t m_valid = 1;
+    uint8_t m_bDead = 0;
+    uint8_t m_bAnswered = 0;  // the host's value has been set (SetTermValue)
     CString m_text;
     double m_number = 0.0;
+    CCalcTree* m_pTree;
 };

@@ -3,6 +3,7 @@
 
 #include <qorcalc/api.h>
 #include <qorcalc/func.h>
+#include <qorcalc/message_ids.h>
 #include <qorcalc/utility.h>
 #include <qorcalc/vek.h>
 
@@ -10,6 +11,7 @@
 
 #include "calc/converter.h"
 #include "expr/evaluate.h"
+#include "expr/tree.h"
 
 ICalc::~ICalc() = default;
 
@@ -92,17 +94,23 @@ CCalcNode* CCalc::Compile(const char16_t* text, int* errorPos) {
     int& pos = errorPos ? *errorPos : localPos;
     auto* root = new (std::nothrow) CCalcNode(nullptr, NodeRoot);
     if (!root) return nullptr;
-    if (!Parse(root, CString(text), pos)) {
+    CCalcTree::Of(root);  // the root keeps its calculation's state from the start
+    uint32_t messageId = 0;
+    if (!Parse(root, CString(text), pos, messageId)) {
         delete root;
         return nullptr;
     }
     return root;
 }
 
-int CCalc::Parse(CCalcNode* root, CString text, int& errorPos) {
+int CCalc::Parse(CCalcNode* root, CString text, int& errorPos, uint32_t& messageId) {
     errorPos = -1;
     root->Clear();
     root->SetKind(NodeRoot);
+    if (CCalcTree* tree = CCalcTree::Of(root)) {
+        tree->Walk().Restart();
+        tree->SetTypesChecked(!CUtilityCalc::Calc_IsComplexEnabled());
+    }
     CVek::Error(nullptr);
     SpaceLogicalOperators(text);
     CUIntArray starts, ends;
@@ -112,14 +120,44 @@ int CCalc::Parse(CCalcNode* root, CString text, int& errorPos) {
     if (!Convert(ConvertSource{text, starts, ends}, pos, root, error)) {
         // A conversion failure leaves the calculator's error code alone.
         errorPos = error.position;
+        messageId = error.messageId;
         detail::ReportMessage(error.messageId, text);
         return 0;
     }
-    return expr::CheckTree(root, text, errorPos);
+    return expr::CheckTree(root, text, errorPos, &messageId);
+}
+
+int CCalc::Refuse(CCalcTree* tree, const CString& formula) {
+    m_nErrorCode = CALC_MSG_STALE_TERM;
+    const CString text = detail::ReportMessage(CALC_MSG_STALE_TERM, formula);
+    if (tree) tree->SetFailure(CALC_MSG_STALE_TERM, text);
+    return 0;
+}
+
+void CCalc::Fail(CCalcTree& tree, uint32_t messageId) {
+    tree.SetFailure(messageId, CString(CVek::GetLastError()));
+}
+
+void CCalc::RepeatFailure(const CCalcTree& tree) {
+    m_nErrorCode = static_cast<int>(tree.FailureId());
+    CVek::Error(tree.FailureText());
 }
 
 int CCalc::SetTermValue(CCalcNode* root, CCalcNode* term, const CString& valueText) {
-    if (!root || !term) return 0;
+    CCalcTree* tree = CCalcTree::Of(root);
+    if (!tree) return Refuse(nullptr, CString());
+    if (tree->Failed()) {
+        RepeatFailure(*tree);
+        return 0;
+    }
+    // A node freed by the calculation, answered before, or of another tree.
+    if (!tree->Accepts(term)) return Refuse(tree, FormulaOf(root));
+    expr::CStepWalk& walk = tree->Walk();
+    const bool asked = walk.IsPendingAnswer(term);
+    // The walk resumes only after the answer to its own question; any other
+    // change to the tree has it start again from the root.
+    if (!asked) walk.Restart();
+    tree->MarkAnswered(term);
     CString unquoted = valueText;
     bool reconvert = false;
     if (CUtilityCalc::Dettach_Quotes(unquoted, nullptr) || valueText.IsEmpty()) {
@@ -136,15 +174,24 @@ int CCalc::SetTermValue(CCalcNode* root, CCalcNode* term, const CString& valueTe
     term->RemoveAll();
     if (reconvert) {
         int pos = -1;
-        return Parse(root, FormulaOf(root), pos);
+        uint32_t messageId = 0;
+        if (Parse(root, FormulaOf(root), pos, messageId)) return 1;
+        Fail(*tree, messageId);
+        return 0;
     }
     CCalcNode* parent = term->GetParent();
-    if (!parent) return 1;
+    if (!parent || CUtilityCalc::Calc_IsComplexEnabled()) return 1;
     // The type check writes the failing list's own text only when it fails,
     // so answering a name costs no formula writing.
-    int pos = -1;
-    if (expr::CheckTypes(parent, CString(), pos)) return 1;
+    if (asked && tree->TypesChecked()) {
+        if (!walk.PendingListMixesTypes(term)) return 1;
+        detail::ReportMessage(expr::kMsgMixedTypes, FormulaOf(parent));
+    } else {
+        int pos = -1;
+        if (expr::CheckTypes(parent, CString(), pos)) return 1;
+    }
     m_nErrorCode = static_cast<int>(expr::kMsgMixedTypes);
+    Fail(*tree, expr::kMsgMixedTypes);
     return 0;
 }
 
@@ -179,9 +226,17 @@ int CCalc::Calculate(CCalcNode* root, CString& out, CCalcNode*& pending, int bCh
     out.Empty();
     pending = nullptr;
     if (!root) return CALC_ERROR;
+    CCalcTree* tree = CCalcTree::Of(root);
+    if (!tree) return Refuse(nullptr, CString()), CALC_ERROR;
+    // A tree left half-reduced by a failure is not calculated further.
+    if (tree->Failed()) {
+        RepeatFailure(*tree);
+        return CALC_ERROR;
+    }
+    expr::CStepWalk& walk = tree->Walk();
     for (;;) {
         int code = STEP_NONE;
-        CCalcNode* node = expr::NextStep(root, code);
+        CCalcNode* node = walk.Next(root, code);
         pending = node;
         switch (code) {
             case STEP_EVALUATE: {
@@ -191,6 +246,7 @@ int CCalc::Calculate(CCalcNode* root, CString& out, CCalcNode*& pending, int bCh
                 m_nErrorCode = static_cast<int>(errorCode);
                 if (errorText.IsEmpty()) errorText = detail::MessageText(errorCode);
                 CVek::Error(errorText);
+                tree->SetFailure(errorCode, errorText);
                 return CALC_ERROR;
             }
             case STEP_NAME:

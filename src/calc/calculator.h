@@ -1,8 +1,14 @@
 // CCalc: the one calculator behind ICalc.
 //
 // Invariants: the calculator owns the function manager only when it made it
-// itself (m_bOwnsMnger); a tree's progress lives in the tree, so Calculate
-// can stop for the host and be called again on the same root.
+// itself (m_bOwnsMnger); a tree's progress lives in the tree (its nodes and
+// the state its root keeps), so Calculate can stop for the host and be
+// called again on the same root.  A failure that leaves a tree half-reduced
+// (a failed answer, a list that cannot be reduced) ends that tree's
+// calculation: every later Calculate or SetTermValue on it reports the same
+// failure.  Terms handed back are checked at constant cost: a node the
+// calculation has let go of, one already answered, or one of another tree
+// is refused with CALC_MSG_STALE_TERM.
 #pragma once
 
 #include <qorcalc/calc.h>
@@ -29,8 +35,16 @@ public:
     int Calculate(CCalcNode* root, CString& out, CCalcNode*& pending, int bCheck, uint8_t format) override;
 
 private:
-    // Rebuilds `root` from `text`; shared by Compile and SetTermValue.
-    int Parse(CCalcNode* root, CString text, int& errorPos);
+    // Rebuilds `root` from `text`; shared by Compile and SetTermValue.  On
+    // failure `messageId` is the id of the message reported.
+    int Parse(CCalcNode* root, CString text, int& errorPos, uint32_t& messageId);
+    // A root or term that is not (or no longer) part of a calculation: the
+    // stale-term failure, kept by `tree` when there is one.  Returns 0.
+    int Refuse(CCalcTree* tree, const CString& formula);
+    // Keeps the failure just reported as the end of `tree`'s calculation.
+    void Fail(CCalcTree& tree, uint32_t messageId);
+    // Reports the failure that ended `tree`'s calculation once more.
+    void RepeatFailure(const CCalcTree& tree);
     // One function step of Calculate; returns a result code, or -2 to go on.
     int CallFunction(CCalcNode* root, CCalcNode* call, CString& out, int bCheck);
 

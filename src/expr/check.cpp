@@ -107,16 +107,19 @@ int CheckTypes(CCalcNode* root, const CString& formula, int& position) {
     return 1;
 }
 
-int CheckTree(CCalcNode* root, const CString& formula, int& position) {
+int CheckTree(CCalcNode* root, const CString& formula, int& position, uint32_t* messageId) {
     position = -1;
     if (!root) return 1;
-    if (!CheckTypes(root, formula, position)) return 0;
-    if (CCalcNode* fault = FirstPlacementFault(root)) {
+    uint32_t id = kMsgMixedTypes;
+    if (CheckTypes(root, formula, position)) {
+        CCalcNode* fault = FirstPlacementFault(root);
+        if (!fault) return 1;
         position = fault->GetPosition();
-        qorcalc::detail::ReportMessage(kMsgCannotReduce, formula);
-        return 0;
+        id = kMsgCannotReduce;
+        qorcalc::detail::ReportMessage(id, formula);
     }
-    return 1;
+    if (messageId) *messageId = id;
+    return 0;
 }
 
 }  // namespace qorcalc::expr

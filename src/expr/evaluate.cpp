@@ -120,7 +120,7 @@ bool ApplyUnaryMinus(std::vector<CCalcNode*>& list) {
     if (any) {
         auto kept = std::stable_partition(list.begin(), list.end(),
                                           [](CCalcNode* n) { return n->GetKind() != NodeEmpty; });
-        std::for_each(kept, list.end(), [](CCalcNode* n) { delete n; });
+        std::for_each(kept, list.end(), CCalcNode::Discard);
         list.erase(kept, list.end());
     }
     return true;
@@ -150,8 +150,8 @@ bool ReducePass(std::vector<CCalcNode*>& list, uint8_t opA, uint8_t opB, uint8_t
                 ok = false;
                 break;
             }
-            delete node;
-            delete right;
+            CCalcNode::Discard(node);
+            CCalcNode::Discard(right);
             r += 2;
         } else {
             list[w++] = list[r++];
@@ -191,7 +191,7 @@ struct Segment {
 };
 
 void DeleteNodes(std::vector<CCalcNode*>& nodes) {
-    for (CCalcNode* n : nodes) delete n;
+    for (CCalcNode* n : nodes) CCalcNode::Discard(n);
     nodes.clear();
 }
 
@@ -208,7 +208,7 @@ std::vector<Segment> SplitSegments(std::vector<CCalcNode*>& children) {
         Segment logical;
         logical.op = child->GetOp();
         segments.push_back(std::move(logical));
-        delete child;
+        CCalcNode::Discard(child);
     }
     if (!operand.nodes.empty()) segments.push_back(std::move(operand));
     children.clear();

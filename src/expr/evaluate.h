@@ -6,24 +6,62 @@
 // ids of the host's catalogue: 1003 for an expression that cannot be
 // reduced, 1005 for numbers and texts mixed while the complex mode is off.
 // Every operation here is linear in the size of the list or tree it is
-// given, and none of them recurses.
+// given, and none of them recurses; the step walk over a whole calculation
+// is linear in the size of the tree.
 #pragma once
 
 #include <qorcalc/node.h>
 #include <qorcalc/string.h>
 
 #include <cstdint>
+#include <vector>
 
 namespace qorcalc::expr {
 
 constexpr uint32_t kMsgCannotReduce = 1003;
 constexpr uint32_t kMsgMixedTypes = 1005;
 
-// The next node to work on below `root`, with the work it needs in `code`
-// (ENUM_STEP); null with STEP_NONE when the root holds its final value.
-// Children come before their parent, left to right, and the condition of an
-// IF before its branches; the branch that the condition rules out is pruned
-// to the number 0 and never evaluated.
+// The walk that chooses the steps of one tree, in children-before-parent
+// order, left to right, the condition of an IF before its branches; the
+// branch that a decided condition rules out is pruned to the number 0 and
+// never evaluated.  The walk is kept between steps: each step may change
+// only the node it returned (and that node's subtree), so the next step
+// resumes there, taking that node afresh, instead of searching from the
+// root.  Anything else that changes the tree must Restart the walk.
+class CStepWalk {
+public:
+    // The next node to work on below `root`, with the work it needs in
+    // `code` (ENUM_STEP); null with STEP_NONE when the root holds its value.
+    CCalcNode* Next(CCalcNode* root, int& code);
+    // The next Next starts from the root again.
+    void Restart();
+    // Whether `term` is the name or call that the last step returned, still
+    // where the walk left it.
+    bool IsPendingAnswer(CCalcNode* term) const;
+    // For a term IsPendingAnswer accepts, in a tree whose lists passed the
+    // type check when converted: whether its list now holds numbers and
+    // texts side by side.  Only that list can have changed since, and it
+    // keeps the kinds of literals it has held (they never go away before
+    // the list itself is reduced), so this costs constant time per answer.
+    bool PendingListMixesTypes(CCalcNode* term);
+
+private:
+    struct Frame {
+        CCalcNode* node;
+        size_t next;               // the next child to visit
+        uint8_t literalKinds = 0;  // bits of the literal kinds among the children
+        bool kindsKnown = false;
+    };
+    enum class Entered { Leaf, Found, Open };
+    Entered Enter(CCalcNode* node, int& code);
+    void NoteLeaf(CCalcNode* leaf);
+
+    std::vector<Frame> m_open;
+    CCalcNode* m_pLast = nullptr;  // what the last step returned
+    int m_nLastCode = 0;
+};
+
+// A walk of its own from the root: the first step of `root`.
 CCalcNode* NextStep(CCalcNode* root, int& code);
 
 // Reduces the operator list of a root, group or argument node to one value
@@ -40,9 +78,9 @@ int EvaluateList(CCalcNode* node, uint8_t format, uint32_t& errorCode, CString& 
 int ReduceArithmetic(CCalcNode* node, uint8_t format, uint32_t& errorCode);
 
 // The check after a compile: types, then operator placement.  On failure
-// the message is recorded as the last error and `position` is the offending
-// node's (-1 when none applies).
-int CheckTree(CCalcNode* root, const CString& formula, int& position);
+// the message is recorded as the last error, `position` is the offending
+// node's (-1 when none applies) and `messageId`, when given, the message's id.
+int CheckTree(CCalcNode* root, const CString& formula, int& position, uint32_t* messageId = nullptr);
 // The type part of CheckTree alone (a no-op in the complex mode).
 int CheckTypes(CCalcNode* root, const CString& formula, int& position);
 // The first direct child that is a literal of the other kind than the

@@ -1,6 +1,7 @@
 // Step selection: the first node, in children-before-parent order, that
-// needs work.  The walk keeps its own stack, so a tree of any depth is safe;
-// each round costs time linear in the nodes it passes.
+// needs work.  The walk keeps its own stack, so a tree of any depth is safe,
+// and keeps it between steps, so each node is passed a bounded number of
+// times over a whole calculation.
 #include "expr/evaluate.h"
 
 #include <vector>
@@ -9,7 +10,7 @@ namespace qorcalc::expr {
 
 namespace {
 
-// The walk runs over the whole tree once per step, so it reads kinds and
+// The walk passes every node of a calculation, so it reads kinds and
 // children through CCalcNode's own inline accessors instead of a virtual
 // call per node and field.
 uint8_t KindOf(CCalcNode* node) { return node->CCalcNode::GetKind(); }
@@ -21,16 +22,6 @@ CCalcNode* FirstChild(CCalcNode* node) {
 
 bool IsIfCall(CCalcNode* node) {
     return KindOf(node) == NodeFunction && node->RawText().CompareNoCase(u"IF") == 0;
-}
-
-// The deepest IF call on the chain of first children from `node` (itself
-// included), or null.
-CCalcNode* DeepestIfOnFirstChain(CCalcNode* node) {
-    CCalcNode* found = nullptr;
-    for (CCalcNode* n = node; n; n = FirstChild(n)) {
-        if (IsIfCall(n)) found = n;
-    }
-    return found;
 }
 
 bool IsLiteral(CCalcNode* node) {
@@ -94,59 +85,106 @@ CCalcNode* OwnStep(CCalcNode* node, int& code) {
     return nullptr;
 }
 
-struct Frame {
-    CCalcNode* node;
-    int next;  // the next child to visit
-};
-
-enum class Entered { Leaf, Found, Open };
-
-// Enters `node`: answers a leaf at once, jumps to the deepest IF on its
-// first-child chain (an IF decides what of its subtree runs), prunes that
-// IF, or opens the node for its children.  `chainHasNoIf` says the chain
-// below is known to hold no IF, which keeps the search linear per round.
-Entered Enter(CCalcNode* node, bool chainHasNoIf, std::vector<Frame>& open, CCalcNode*& found, int& code) {
-    if (!chainHasNoIf) {
-        if (CCalcNode* call = DeepestIfOnFirstChain(node)) {
-            node = call;
-            PruneIf(call);
-        }
-    }
-    if (node->Children().empty()) {
-        if (KindOf(node) != NodeName) return Entered::Leaf;
-        found = node;
-        code = STEP_NAME;
-        return Entered::Found;
-    }
-    open.push_back({node, 0});
-    return Entered::Open;
+uint8_t LiteralBit(CCalcNode* node) {
+    const uint8_t kind = KindOf(node);
+    return kind == NodeNumber ? 1 : kind == NodeString ? 2 : 0;
 }
 
 }  // namespace
 
-CCalcNode* NextStep(CCalcNode* root, int& code) {
+// Answers a leaf at once (a name needs the host), prunes an IF whose
+// condition is decided, or opens the node for its children.
+CStepWalk::Entered CStepWalk::Enter(CCalcNode* node, int& code) {
+    if (IsIfCall(node)) PruneIf(node);
+    if (node->Children().empty()) {
+        if (KindOf(node) != NodeName) return Entered::Leaf;
+        code = STEP_NAME;
+        return Entered::Found;
+    }
+    m_open.push_back({node, 0});
+    return Entered::Open;
+}
+
+// A child that needs nothing more: its list learns its literal kind.
+void CStepWalk::NoteLeaf(CCalcNode* leaf) {
+    if (m_open.empty()) return;
+    Frame& list = m_open.back();
+    if (list.kindsKnown) list.literalKinds |= LiteralBit(leaf);
+}
+
+void CStepWalk::Restart() {
+    m_open.clear();
+    m_pLast = nullptr;
+    m_nLastCode = STEP_NONE;
+}
+
+CCalcNode* CStepWalk::Next(CCalcNode* root, int& code) {
     code = STEP_NONE;
+    m_pLast = nullptr;
     if (!root) return nullptr;
-    // The walk's stack is kept between rounds: the driver asks once per step,
-    // and a fresh allocation each time would cost more than the walk itself.
-    static thread_local std::vector<Frame> open;
-    open.clear();
+    // A list dropped since the last step (by a host working on the tree
+    // itself) leaves nothing to resume.
+    if (!m_open.empty() && m_open.back().node->IsDead()) m_open.clear();
     CCalcNode* found = nullptr;
-    if (Enter(root, false, open, found, code) == Entered::Found) return found;
-    while (!open.empty()) {
-        Frame& top = open.back();
+    if (m_open.empty()) {
+        // From the root: at the start, or again after the root itself was
+        // the last step.
+        if (Enter(root, code) == Entered::Found) found = root;
+    }
+    while (!found && !m_open.empty()) {
+        Frame& top = m_open.back();
         const std::vector<CCalcNode*>& children = top.node->Children();
-        if (top.next < static_cast<int>(children.size())) {
-            const int i = top.next++;
-            // Below the first child the chain is the parent's, already searched.
-            if (Enter(children[static_cast<size_t>(i)], i == 0, open, found, code) == Entered::Found) return found;
+        if (top.next < children.size()) {
+            const size_t i = top.next++;
+            // A condition decided by its last step prunes before any branch
+            // is entered.
+            if (i > 0 && IsIfCall(top.node)) PruneIf(top.node);
+            CCalcNode* child = children[i];
+            switch (Enter(child, code)) {
+            case Entered::Found:
+                top.next = i;  // taken afresh once the host has answered
+                found = child;
+                break;
+            case Entered::Leaf:
+                NoteLeaf(child);
+                break;
+            case Entered::Open:
+                break;  // `top` is invalid from here
+            }
             continue;
         }
         CCalcNode* node = top.node;
-        open.pop_back();
-        if (CCalcNode* step = OwnStep(node, code)) return step;
+        m_open.pop_back();
+        found = OwnStep(node, code);
+        // The step changes the node; the next round takes it afresh.
+        if (found && !m_open.empty()) --m_open.back().next;
     }
-    return nullptr;
+    m_pLast = found;
+    m_nLastCode = code;
+    return found;
+}
+
+bool CStepWalk::IsPendingAnswer(CCalcNode* term) const {
+    if (!term || term != m_pLast || (m_nLastCode != STEP_NAME && m_nLastCode != STEP_FUNCTION)) return false;
+    if (m_open.empty()) return false;
+    const Frame& list = m_open.back();
+    const std::vector<CCalcNode*>& children = list.node->Children();
+    return list.next < children.size() && children[list.next] == term;
+}
+
+bool CStepWalk::PendingListMixesTypes(CCalcNode* term) {
+    Frame& list = m_open.back();
+    if (!list.kindsKnown) {
+        for (CCalcNode* child : list.node->Children()) list.literalKinds |= LiteralBit(child);
+        list.kindsKnown = true;
+    }
+    list.literalKinds |= LiteralBit(term);
+    return list.literalKinds == 3;
+}
+
+CCalcNode* NextStep(CCalcNode* root, int& code) {
+    CStepWalk walk;
+    return walk.Next(root, code);
 }
 
 }  // namespace qorcalc::expr

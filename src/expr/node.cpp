@@ -6,23 +6,44 @@
 
 #include <utility>
 
-CCalcNode::CCalcNode(CCalcNode* parent, uint8_t kind) : m_kind(kind), m_pParent(parent) {}
+#include "expr/tree.h"
 
-CCalcNode::~CCalcNode() { DeleteChildren(m_children); }
+CCalcNode::CCalcNode(CCalcNode* parent, uint8_t kind)
+    : m_kind(kind), m_pParent(parent), m_pTree(parent ? parent->m_pTree : nullptr) {
+    if (m_pTree) m_pTree->CountNode();
+}
 
-// Deletes whole subtrees without recursion: each node's children are taken
-// over before the node itself goes, so its destructor has nothing left to do.
+CCalcNode::~CCalcNode() {
+    CCalcTree* owned = m_pTree && m_pTree->Root() == this ? m_pTree : nullptr;
+    if (owned) owned->Close();
+    DeleteChildren(m_children);
+    delete owned;
+}
+
+// Lets go of whole subtrees without recursion: each node's children are
+// taken over before the node itself goes.
+void CCalcNode::Discard(CCalcNode* node) {
+    if (!node) return;
+    std::vector<CCalcNode*> pending;
+    for (;;) {
+        pending.insert(pending.end(), node->m_children.begin(), node->m_children.end());
+        std::vector<CCalcNode*>().swap(node->m_children);
+        if (node->m_pTree && node->m_pTree->KeepsDead()) {
+            node->m_pTree->Retire(node);
+        } else {
+            delete node;
+        }
+        if (pending.empty()) return;
+        node = pending.back();
+        pending.pop_back();
+    }
+}
+
 // The array ends empty with its storage released.
 void CCalcNode::DeleteChildren(std::vector<CCalcNode*>& children) {
-    std::vector<CCalcNode*> pending;
-    pending.swap(children);
-    while (!pending.empty()) {
-        CCalcNode* node = pending.back();
-        pending.pop_back();
-        pending.insert(pending.end(), node->m_children.begin(), node->m_children.end());
-        node->m_children.clear();
-        delete node;
-    }
+    std::vector<CCalcNode*> taken;
+    taken.swap(children);
+    for (CCalcNode* child : taken) Discard(child);
 }
 
 void CCalcNode::CopyValue(const CCalcNode& source) {
@@ -57,7 +78,7 @@ void CCalcNode::RemoveAt(int index) {
     if (index < 0 || index >= GetCount()) return;
     CCalcNode* child = m_children[static_cast<size_t>(index)];
     m_children.erase(m_children.begin() + index);
-    delete child;
+    Discard(child);
 }
 
 void CCalcNode::RemoveAll() { DeleteChildren(m_children); }
@@ -69,6 +90,8 @@ CCalcNode* CCalcNode::GetAt(int index) {
 
 int CCalcNode::Add(CCalcNode* child) {
     if (!child) return -1;
+    // A node made apart (a clone, a node of another tree) joins this tree.
+    if (child->m_pTree != m_pTree) CCalcTree::Adopt(child, m_pTree);
     m_children.push_back(child);
     return GetCount() - 1;
 }

@@ -1,0 +1,81 @@
+// CCalcTree: what the root of a compiled formula keeps beside its nodes.
+//
+// A tree is made for a root when it is compiled (or, for a hand-built root,
+// when it is first calculated) and is deleted with the root.  It holds:
+//   - the step walk, which resumes where the previous step left it;
+//   - every node the tree has let go of, dead and emptied, so that a node
+//     pointer the host still holds can be recognised as stale instead of
+//     being read after it was freed.  Dead nodes count towards the tree's
+//     node count until the root is deleted;
+//   - the failure that ended the calculation, repeated to every later call
+//     on the root instead of going on with a half-reduced tree.
+// Invariants: every node whose tree is this one is either reachable from
+// the root or held dead here; only the root deletes the tree.
+#pragma once
+
+#include <qorcalc/node.h>
+#include <qorcalc/string.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "expr/evaluate.h"
+
+class CCalcTree {
+public:
+    CCalcTree(const CCalcTree&) = delete;
+    CCalcTree& operator=(const CCalcTree&) = delete;
+
+    // The tree of `root`; a root of no tree yet (and without a parent) gets
+    // one, with every node below it.  Null for a node that is not the root
+    // of its tree.
+    static CCalcTree* Of(CCalcNode* root);
+    // Makes `node` and its subtree belong to `tree` (null: to no tree).
+    static void Adopt(CCalcNode* node, CCalcTree* tree);
+
+    CCalcNode* Root() const { return m_pRoot; }
+    // Nodes made for this tree since its root was compiled, dead ones
+    // included.
+    size_t NodeCount() const { return m_nNodes; }
+    void CountNode() { ++m_nNodes; }
+
+    // Whether the host may set a value into `term`: a live node of this
+    // tree that has not been given a value before.
+    bool Accepts(CCalcNode* term) const;
+    void MarkAnswered(CCalcNode* term) { term->m_bAnswered = 1; }
+
+    // Keeps `node` (already without children) dead until the root goes.
+    void Retire(CCalcNode* node);
+    bool KeepsDead() const { return m_bKeepDead; }
+
+    qorcalc::expr::CStepWalk& Walk() { return m_walk; }
+
+    // Whether the tree's lists were checked for mixed types when it was
+    // converted (the complex mode was off then).
+    bool TypesChecked() const { return m_bTypesChecked; }
+    void SetTypesChecked(bool checked) { m_bTypesChecked = checked; }
+
+    // The failure that ended the calculation, if any.
+    bool Failed() const { return m_bFailed; }
+    void SetFailure(uint32_t messageId, const CString& text);
+    uint32_t FailureId() const { return m_nFailureId; }
+    const CString& FailureText() const { return m_strFailure; }
+
+private:
+    friend class CCalcNode;
+    explicit CCalcTree(CCalcNode* root) : m_pRoot(root) {}
+    ~CCalcTree();
+    // Called by the root's destructor: from here on nodes are freed at once.
+    void Close() { m_bKeepDead = false; }
+
+    CCalcNode* m_pRoot;
+    size_t m_nNodes = 0;
+    std::vector<CCalcNode*> m_dead;
+    bool m_bKeepDead = true;
+    qorcalc::expr::CStepWalk m_walk;
+    bool m_bTypesChecked = false;
+    bool m_bFailed = false;
+    uint32_t m_nFailureId = 0;
+    CString m_strFailure;
+};
