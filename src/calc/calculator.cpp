@@ -117,6 +117,9 @@ int CCalc::Parse(CCalcNode* root, CString text, int& errorPos, uint32_t& message
     CVek::FindQuotes(text, starts, ends, u"\"'", 0);
     int pos = 0;
     ConvertError error;
+    // The nodes the tree keeps dead count too: memory stays within the limit
+    // however often a host answers with a formula.
+    if (CCalcTree* tree = CCalcTree::Of(root)) error.nodeCount = static_cast<int>(tree->NodeCount());
     if (!Convert(ConvertSource{text, starts, ends}, pos, root, error)) {
         // A conversion failure leaves the calculator's error code alone.
         errorPos = error.position;
