@@ -22,9 +22,11 @@ build: configure
 test: build
 	@cd $(BUILD) && ctest --output-on-failure -j $(JOBS)
 
+# The main job: every column of examples/report.formulas for every order of
+# examples/orders.csv (a table on a terminal, CSV into a pipe).
 demo: configure
-	@$(CMAKE_BUILD) $(BUILD) -j $(JOBS) --target qorcalc_demo >/dev/null
-	@$(BUILD)/examples/qorcalc_demo examples/embed_orders.csv examples/formulas.txt
+	@$(CMAKE_BUILD) $(BUILD) -j $(JOBS) --target qorcalc_cli >/dev/null
+	@$(BUILD)/cli/qorcalc report examples/orders.csv examples/report.formulas
 
 sanitize:
 	@$(MAKE) --no-print-directory test BUILD=build-asan CMAKE_ARGS="-DQORCALC_SANITIZE=ON -DCMAKE_BUILD_TYPE=Debug"
