@@ -3,7 +3,7 @@ BUILD      ?= build
 JOBS       ?= $(shell nproc 2>/dev/null || echo 2)
 CMAKE_ARGS ?=
 
-.PHONY: all setup configure build test demo sanitize bench fuzz clean
+.PHONY: all setup configure build test demo sanitize tsan bench fuzz fuzz-build fuzz-short clean
 
 all: build
 
@@ -35,13 +35,20 @@ bench:
 	@$(CMAKE_BUILD) build-bench -j $(JOBS)
 	@for b in build-bench/bench/qorcalc_bench*; do [ -x "$$b" ] && "$$b"; done
 
-# Each libFuzzer target for FUZZ_SECONDS (clang, AddressSanitizer and UBSan).
+# Every libFuzzer target for FUZZ_SECONDS each (clang, AddressSanitizer with
+# leak detection, UBSan), one after the other; a summary line per target.
 FUZZ_SECONDS ?= 60
-fuzz: setup
+fuzz-build:
+	@scripts/setup.sh fuzz
 	@CXX=clang++ cmake -S . -B build-fuzz -DQORCALC_FUZZ=ON -DQORCALC_TESTS=OFF >/dev/null
 	@$(CMAKE_BUILD) build-fuzz -j $(JOBS)
-	@for f in build-fuzz/fuzz/qorcalc_fuzz_*; do mkdir -p build-fuzz/corpus/$$(basename $$f); \
-	  $$f build-fuzz/corpus/$$(basename $$f) -max_total_time=$(FUZZ_SECONDS) -max_len=512 -timeout=10 || exit 1; done
+
+fuzz: fuzz-build
+	@FUZZ_SECONDS=$(FUZZ_SECONDS) scripts/fuzz.sh
+
+# The short run CI makes of every target.
+fuzz-short: fuzz-build
+	@FUZZ_SECONDS=25 scripts/fuzz.sh
 
 clean:
-	rm -rf build build-asan build-bench build-fuzz
+	rm -rf build build-asan build-tsan build-bench build-fuzz
