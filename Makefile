@@ -26,8 +26,20 @@ demo: configure
 	@$(CMAKE_BUILD) $(BUILD) -j $(JOBS) --target qorcalc_demo >/dev/null
 	@$(BUILD)/examples/qorcalc_demo examples/orders.csv examples/formulas.txt
 
+# The whole suite under AddressSanitizer with leak detection and UBSan; any
+# report fails the test that raised it.
+SANITIZER_ENV = ASAN_OPTIONS=detect_leaks=1:abort_on_error=0:strict_string_checks=1 \
+  UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1
 sanitize:
-	@$(MAKE) --no-print-directory test BUILD=build-asan CMAKE_ARGS="-DQORCALC_SANITIZE=ON -DCMAKE_BUILD_TYPE=Debug"
+	@$(SANITIZER_ENV) $(MAKE) --no-print-directory test BUILD=build-asan CMAKE_ARGS="-DQORCALC_SANITIZE=ON -DCMAKE_BUILD_TYPE=Debug"
+
+# The tests that run calculators and managers on several threads, under
+# ThreadSanitizer.
+TSAN_TESTS = CalcThreads.*:FuncCatalogue.BuiltOnceWhenManagersStartTogether
+tsan:
+	@$(MAKE) --no-print-directory configure BUILD=build-tsan CMAKE_ARGS="-DQORCALC_TSAN=ON -DCMAKE_BUILD_TYPE=Debug"
+	@$(CMAKE_BUILD) build-tsan -j $(JOBS) --target qorcalc_tests
+	@$(SANITIZER_ENV) build-tsan/qorcalc_tests --gtest_filter='$(TSAN_TESTS)' --gtest_brief=1
 
 bench:
 	@scripts/setup.sh bench
