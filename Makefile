@@ -3,7 +3,7 @@ BUILD      ?= build
 JOBS       ?= $(shell nproc 2>/dev/null || echo 2)
 CMAKE_ARGS ?=
 
-.PHONY: all setup configure build test demo sanitize bench fuzz clean
+.PHONY: all setup configure build test demo sanitize tsan bench fuzz fuzz-build fuzz-short clean
 
 all: build
 
@@ -28,8 +28,20 @@ demo: configure
 	@$(CMAKE_BUILD) $(BUILD) -j $(JOBS) --target qorcalc_cli >/dev/null
 	@$(BUILD)/cli/qorcalc report examples/orders.csv examples/report.formulas
 
+# The whole suite under AddressSanitizer with leak detection and UBSan; any
+# report fails the test that raised it.
+SANITIZER_ENV = ASAN_OPTIONS=detect_leaks=1:abort_on_error=0:strict_string_checks=1 \
+  UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1
 sanitize:
-	@$(MAKE) --no-print-directory test BUILD=build-asan CMAKE_ARGS="-DQORCALC_SANITIZE=ON -DCMAKE_BUILD_TYPE=Debug"
+	@$(SANITIZER_ENV) $(MAKE) --no-print-directory test BUILD=build-asan CMAKE_ARGS="-DQORCALC_SANITIZE=ON -DCMAKE_BUILD_TYPE=Debug"
+
+# The tests that run calculators and managers on several threads, under
+# ThreadSanitizer.
+TSAN_TESTS = CalcThreads.*:FuncCatalogue.BuiltOnceWhenManagersStartTogether
+tsan:
+	@$(MAKE) --no-print-directory configure BUILD=build-tsan CMAKE_ARGS="-DQORCALC_TSAN=ON -DCMAKE_BUILD_TYPE=Debug"
+	@$(CMAKE_BUILD) build-tsan -j $(JOBS) --target qorcalc_tests
+	@$(SANITIZER_ENV) build-tsan/qorcalc_tests --gtest_filter='$(TSAN_TESTS)' --gtest_brief=1
 
 bench:
 	@scripts/setup.sh bench
@@ -37,13 +49,20 @@ bench:
 	@$(CMAKE_BUILD) build-bench -j $(JOBS)
 	@for b in build-bench/bench/qorcalc_bench*; do [ -x "$$b" ] && "$$b"; done
 
-# Each libFuzzer target for FUZZ_SECONDS (clang, AddressSanitizer and UBSan).
+# Every libFuzzer target for FUZZ_SECONDS each (clang, AddressSanitizer with
+# leak detection, UBSan), one after the other; a summary line per target.
 FUZZ_SECONDS ?= 60
-fuzz: setup
+fuzz-build:
+	@scripts/setup.sh fuzz
 	@CXX=clang++ cmake -S . -B build-fuzz -DQORCALC_FUZZ=ON -DQORCALC_TESTS=OFF >/dev/null
 	@$(CMAKE_BUILD) build-fuzz -j $(JOBS)
-	@for f in build-fuzz/fuzz/qorcalc_fuzz_*; do mkdir -p build-fuzz/corpus/$$(basename $$f); \
-	  $$f build-fuzz/corpus/$$(basename $$f) -max_total_time=$(FUZZ_SECONDS) -max_len=512 -timeout=10 || exit 1; done
+
+fuzz: fuzz-build
+	@FUZZ_SECONDS=$(FUZZ_SECONDS) scripts/fuzz.sh
+
+# The short run CI makes of every target.
+fuzz-short: fuzz-build
+	@FUZZ_SECONDS=25 scripts/fuzz.sh
 
 clean:
-	rm -rf build build-asan build-bench build-fuzz
+	rm -rf build build-asan build-tsan build-bench build-fuzz

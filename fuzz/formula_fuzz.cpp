@@ -1,19 +1,10 @@
 // Formula text of any shape, compiled and calculated with a host that
 // answers every name and unknown function: nothing may crash, hang or leak.
-#include <qorcalc/qorcalc.h>
+#include "fuzz_input.h"
 
-#include <cstddef>
-#include <cstdint>
 #include <memory>
-#include <string_view>
 
 namespace {
-
-class Messages : public ILggInterface {
-public:
-    const char16_t* GetText(uint32_t) override { return u"failed: %s"; }
-    void Translate(CString&) override {}
-};
 
 // Answers drawn in turn from a few shapes: a number, a text, an empty text
 // and a small formula.
@@ -22,8 +13,7 @@ const char16_t* const kAnswers[] = {u"7", u"'abc'", u"", u"1+2", u"-3.5", u"'201
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    static Messages messages;
-    SetLggInterface(&messages);
+    fuzzing::InstallMessages();
     const CString formula =
         CString::FromUtf8(std::string_view(reinterpret_cast<const char*>(data), size));
     std::unique_ptr<ICalc> calc(NewCalc(nullptr, nullptr));

@@ -1,13 +1,10 @@
 // The toolbox routines that read host or author text, fed any text: the
 // first byte picks a second argument from the rest, so that patterns and
 // values of every shape meet.
-#include <qorcalc/qorcalc.h>
-
-#include <cstddef>
-#include <cstdint>
-#include <string_view>
+#include "fuzz_input.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    fuzzing::InstallMessages();
     if (size == 0) return 0;
     const std::string_view all(reinterpret_cast<const char*>(data) + 1, size - 1);
     const size_t cut = data[0] % (all.size() + 1);

@@ -3,6 +3,8 @@
 # machine lacks.  Quiet and quick when everything is already there.
 #   scripts/setup.sh          build and test dependencies
 #   scripts/setup.sh bench    also what the benchmarks need
+#   scripts/setup.sh fuzz     also clang with libFuzzer and the sanitizer
+#                             runtimes, and llvm to symbolize their reports
 set -euo pipefail
 
 packages=(cmake make g++ pkg-config binutils python3 libgtest-dev libgmock-dev locales)
@@ -12,6 +14,8 @@ packages=(cmake make g++ pkg-config binutils python3 libgtest-dev libgmock-dev l
 packages+=(duktape-dev libcli11-dev nlohmann-json3-dev libedit-dev tmux valgrind)
 if [ "${1:-}" = bench ]; then
   packages+=(libbenchmark-dev libmuparser-dev)
+elif [ "${1:-}" = fuzz ]; then
+  packages+=(clang libclang-rt-14-dev llvm)
 fi
 
 SUDO=""
