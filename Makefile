@@ -54,7 +54,7 @@ bench:
 FUZZ_SECONDS ?= 60
 fuzz-build:
 	@scripts/setup.sh fuzz
-	@CXX=clang++ cmake -S . -B build-fuzz -DQORCALC_FUZZ=ON -DQORCALC_TESTS=OFF >/dev/null
+	@CC=clang CXX=clang++ cmake -S . -B build-fuzz -DQORCALC_FUZZ=ON -DQORCALC_TESTS=OFF >/dev/null
 	@$(CMAKE_BUILD) build-fuzz -j $(JOBS)
 
 fuzz: fuzz-build
