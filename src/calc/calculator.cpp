@@ -7,6 +7,7 @@
 #include <qorcalc/utility.h>
 #include <qorcalc/vek.h>
 
+#include <memory>
 #include <new>
 
 #include "calc/converter.h"
@@ -92,15 +93,14 @@ CFuncMnger* CCalc::GetFuncMnger() {
 CCalcNode* CCalc::Compile(const char16_t* text, int* errorPos) {
     int localPos = -1;
     int& pos = errorPos ? *errorPos : localPos;
-    auto* root = new (std::nothrow) CCalcNode(nullptr, NodeRoot);
+    // Owned until it is handed over: a provider that throws while a failure
+    // is reported must not leak the half-built tree.
+    std::unique_ptr<CCalcNode> root(new (std::nothrow) CCalcNode(nullptr, NodeRoot));
     if (!root) return nullptr;
-    CCalcTree::Of(root);  // the root keeps its calculation's state from the start
+    CCalcTree::Of(root.get());  // the root keeps its calculation's state from the start
     uint32_t messageId = 0;
-    if (!Parse(root, CString(text), pos, messageId)) {
-        delete root;
-        return nullptr;
-    }
-    return root;
+    if (!Parse(root.get(), CString(text), pos, messageId)) return nullptr;
+    return root.release();
 }
 
 int CCalc::Parse(CCalcNode* root, CString text, int& errorPos, uint32_t& messageId) {
