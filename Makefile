@@ -3,7 +3,7 @@ BUILD      ?= build
 JOBS       ?= $(shell nproc 2>/dev/null || echo 2)
 CMAKE_ARGS ?=
 
-.PHONY: all setup configure build test demo sanitize bench fuzz clean
+.PHONY: all setup configure build test demo sanitize bench-build bench bench-instr bench-report fuzz clean
 
 all: build
 
@@ -29,11 +29,24 @@ demo: configure
 sanitize:
 	@$(MAKE) --no-print-directory test BUILD=build-asan CMAKE_ARGS="-DQORCALC_SANITIZE=ON -DCMAKE_BUILD_TYPE=Debug"
 
-bench:
+# The speed record as one table: CPU time per run against muParser in the
+# same run (bench), or instructions per run under callgrind (bench-instr).
+# BENCH_ARGS go to Google Benchmark, e.g. BENCH_ARGS=--benchmark_filter=small.
+BENCH_ARGS ?=
+bench-build:
 	@scripts/setup.sh bench
 	@cmake -S . -B build-bench -DQORCALC_BENCH=ON -DQORCALC_TESTS=OFF -DCMAKE_BUILD_TYPE=Release >/dev/null
-	@$(CMAKE_BUILD) build-bench -j $(JOBS)
-	@for b in build-bench/bench/qorcalc_bench*; do [ -x "$$b" ] && "$$b"; done
+	@$(CMAKE_BUILD) build-bench -j $(JOBS) --target qorcalc_bench >/dev/null
+
+bench: bench-build
+	@bench/table.py time build-bench/bench/qorcalc_bench $(BENCH_ARGS)
+
+bench-instr: bench-build
+	@bench/table.py instr build-bench/bench/qorcalc_bench
+
+# qorcalc report over generated orders (100,000 and 1,000,000 records).
+bench-report: build
+	@bench/report_bench.sh $(BUILD)
 
 # Each libFuzzer target for FUZZ_SECONDS (clang, AddressSanitizer and UBSan).
 FUZZ_SECONDS ?= 60

@@ -7,7 +7,7 @@ set -euo pipefail
 
 packages=(cmake make g++ libgtest-dev libgmock-dev locales)
 if [ "${1:-}" = bench ]; then
-  packages+=(libbenchmark-dev libmuparser-dev)
+  packages+=(libbenchmark-dev libmuparser-dev valgrind time python3)
 fi
 
 SUDO=""
