@@ -45,8 +45,10 @@ bench-instr: bench-build
 	@bench/table.py instr build-bench/bench/qorcalc_bench
 
 # qorcalc report over generated orders (100,000 and 1,000,000 records).
-bench-report: build
-	@bench/report_bench.sh $(BUILD)
+QORCALC ?= $(BUILD)/cli/qorcalc
+bench-report:
+	@scripts/setup.sh bench
+	@bench/report_bench.py run $(QORCALC)
 
 # Each libFuzzer target for FUZZ_SECONDS (clang, AddressSanitizer and UBSan).
 FUZZ_SECONDS ?= 60
