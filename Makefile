@@ -3,7 +3,7 @@ BUILD      ?= build
 JOBS       ?= $(shell nproc 2>/dev/null || echo 2)
 CMAKE_ARGS ?=
 
-.PHONY: all setup configure build test demo sanitize tsan bench fuzz fuzz-build fuzz-short clean
+.PHONY: all setup configure build test demo sanitize tsan bench-build bench bench-instr bench-report fuzz fuzz-build fuzz-short clean
 
 all: build
 
@@ -43,11 +43,26 @@ tsan:
 	@$(CMAKE_BUILD) build-tsan -j $(JOBS) --target qorcalc_tests
 	@$(SANITIZER_ENV) build-tsan/qorcalc_tests --gtest_filter='$(TSAN_TESTS)' --gtest_brief=1
 
-bench:
+# The speed record as one table: CPU time per run against muParser in the
+# same run (bench), or instructions per run under callgrind (bench-instr).
+# BENCH_ARGS go to Google Benchmark, e.g. BENCH_ARGS=--benchmark_filter=small.
+BENCH_ARGS ?=
+bench-build:
 	@scripts/setup.sh bench
 	@cmake -S . -B build-bench -DQORCALC_BENCH=ON -DQORCALC_TESTS=OFF -DCMAKE_BUILD_TYPE=Release >/dev/null
-	@$(CMAKE_BUILD) build-bench -j $(JOBS)
-	@for b in build-bench/bench/qorcalc_bench*; do [ -x "$$b" ] && "$$b"; done
+	@$(CMAKE_BUILD) build-bench -j $(JOBS) --target qorcalc_bench >/dev/null
+
+bench: bench-build
+	@bench/table.py time build-bench/bench/qorcalc_bench $(BENCH_ARGS)
+
+bench-instr: bench-build
+	@bench/table.py instr build-bench/bench/qorcalc_bench
+
+# qorcalc report over generated orders (100,000 and 1,000,000 records).
+QORCALC ?= $(BUILD)/cli/qorcalc
+bench-report:
+	@scripts/setup.sh bench
+	@bench/report_bench.py run $(QORCALC)
 
 # Every libFuzzer target for FUZZ_SECONDS each (clang, AddressSanitizer with
 # leak detection, UBSan), one after the other; a summary line per target.

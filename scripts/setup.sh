@@ -13,9 +13,7 @@ packages=(cmake make g++ pkg-config binutils python3 libgtest-dev libgmock-dev l
 # line editing; tmux and valgrind drive the tool's terminal and leak tests.
 packages+=(duktape-dev libcli11-dev nlohmann-json3-dev libedit-dev tmux valgrind)
 if [ "${1:-}" = bench ]; then
-  packages+=(libbenchmark-dev libmuparser-dev)
-elif [ "${1:-}" = fuzz ]; then
-  packages+=(clang libclang-rt-14-dev llvm)
+  packages+=(libbenchmark-dev libmuparser-dev valgrind time python3)
 fi
 
 SUDO=""
