@@ -6,6 +6,10 @@
 set -euo pipefail
 
 packages=(cmake make g++ pkg-config libgtest-dev libgmock-dev locales)
+# The host layer and the qorcalc tool: Duktape (its source is built with the
+# execution-time check the packaged library lacks), argument parsing, JSON,
+# line editing; tmux and valgrind drive the tool's terminal and leak tests.
+packages+=(duktape-dev libcli11-dev nlohmann-json3-dev libedit-dev tmux valgrind)
 if [ "${1:-}" = bench ]; then
   packages+=(libbenchmark-dev libmuparser-dev)
 fi

@@ -4,7 +4,9 @@
 
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <thread>
+#include <vector>
 
 #include "test_provider.h"
 
@@ -46,6 +48,32 @@ TEST(ModuleState, ReportedMessagesAreFormattedAndBecomeTheLastError) {
     EXPECT_EQ(U8(CString(GetLastErrorText())), "E1003:sum(1, x)");
     CVek::Error(nullptr);
     EXPECT_EQ(U8(CString(GetLastErrorText())), "");
+}
+
+TEST(ModuleState, WithoutAProviderFailuresRecordTheBareId) {
+    SetLggInterface(nullptr);  // legal, and the state before any provider
+    std::unique_ptr<ICalc> calc(NewCalc(nullptr, nullptr));
+    struct Case {
+        const char* formula;
+        const char* wantText;
+        int wantCode;
+    };
+    for (const Case& c : std::vector<Case>{{"1+", "error 1003", 0}, {"sum()", "error 1072", 1072}, {"js('x')", "error 1072", 1072}}) {
+        SCOPED_TRACE(c.formula);
+        int pos = -1;
+        std::unique_ptr<CCalcNode> root(calc->Compile(CString::FromUtf8(c.formula), &pos));
+        if (root) {
+            CString out;
+            CCalcNode* pending = nullptr;
+            EXPECT_EQ(calc->Calculate(root.get(), out, pending, 0, 0), CALC_ERROR);
+            EXPECT_EQ(calc->GetLastErrorCode(), c.wantCode);
+        }
+        EXPECT_EQ(U8(CString(GetLastErrorText())), c.wantText);
+    }
+    CFuncItem info;
+    ASSERT_TRUE(calc->GetFuncMnger()->GetFuncInfo(u"abs", info));
+    EXPECT_EQ(U8(info.m_strCategory), "error 1007");
+    CVek::Error(nullptr);
 }
 
 TEST(ModuleState, LastErrorIsKeptPerThread) {

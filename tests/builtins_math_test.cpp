@@ -6,6 +6,7 @@
 
 #include "builtin_call.h"
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -75,24 +76,65 @@ TEST_F(BuiltinsMath, RandGivesWholeNumbersBelowAHundred) {
 
 class RecordingHost : public IScriptHost {
 public:
-    void RunScript(const CString& script, CStringArray& args, CString& result) override {
+    int RunScript(const CString& script, CStringArray& args, CString& result) override {
         seen = script.ToUtf8();
         for (const CString& a : args) seen += "|" + a.ToUtf8();
-        result = u"ran";
+        result = CString::FromUtf8(answer);
+        return succeeds;
     }
     std::string seen;
+    std::string answer = "ran";
+    int succeeds = 1;
 };
 
-TEST_F(BuiltinsMath, JsRunsTheScriptThroughTheHostWindowOrData) {
-    RecordingHost host;
-    const Outcome got = Run("js", {"'f(a, b)'", "1", "'two'"}, &host);
-    EXPECT_EQ(got.status, 1);
-    EXPECT_EQ(got.result, "'ran'");
-    EXPECT_EQ(host.seen, "f(a, b)|1|two");
-    EXPECT_EQ(Run("js", {}, &host).error, "E1003:js()");
-    // Without host data nor window nobody can run it.
-    EXPECT_EQ(Run("js", {"x"}).error, "E1004:js(x)");
+// Registers a script host for the lifetime of the object.
+struct Registered {
+    explicit Registered(IScriptHost* h) : host(h) { RegisterScriptHost(host); }
+    ~Registered() { UnregisterScriptHost(host); }
+    IScriptHost* host;
+};
 
+TEST_F(BuiltinsMath, JsRunsScriptsOnlyThroughARegisteredScriptHost) {
+    RecordingHost host;
+    void* const hostData = static_cast<void*>(static_cast<IScriptHost*>(&host));
+    int document = 0;  // host data of another kind
+    struct Case {
+        const char* what;
+        bool registered;
+        void* data;
+        int succeeds;
+        const char* answer;
+        std::vector<const char*> args;
+        int status;
+        const char* want;  // the result, or the last error on failure
+        const char* seen;
+    };
+    const std::vector<Case> cases = {
+        {"registered host runs", true, hostData, 1, "ran", {"'f(a, b)'", "1", "'two'"}, 1, "'ran'", "f(a, b)|1|two"},
+        {"count checked first", true, hostData, 1, "ran", {}, 0, "E1003:js()", ""},
+        {"no host data", true, nullptr, 1, "ran", {"x"}, 0, "E1304:js(x)", ""},
+        {"other host data", true, &document, 1, "ran", {"'x'", "2"}, 0, "E1304:js(x, 2)", ""},
+        {"host not registered", false, hostData, 1, "ran", {"x"}, 0, "E1304:js(x)", ""},
+        {"script fails with text", true, hostData, 0, "no such var q", {"q"}, 0, "no such var q", "q"},
+        {"script fails silently", true, hostData, 0, "", {"q", "1"}, 0, "E1004:js(q, 1)", "q|1"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        host.seen.clear();
+        host.succeeds = c.succeeds;
+        host.answer = c.answer;
+        std::optional<Registered> registration;
+        if (c.registered) registration.emplace(&host);
+        const Outcome got = Run("js", c.args, c.data);
+        EXPECT_EQ(got.status, c.status);
+        EXPECT_EQ(c.status == 1 ? got.result : got.error, c.want);
+        EXPECT_EQ(host.seen, c.seen);
+    }
+}
+
+TEST_F(BuiltinsMath, JsPrefersALiveHostWindow) {
+    RecordingHost host;
+    Registered registration(&host);
     std::vector<std::string> scripts;
     const HWND window = RegisterHostWindow([&](uint32_t message, uintptr_t wParam, intptr_t lParam) -> intptr_t {
         auto* para = reinterpret_cast<CFuncPara*>(wParam);
@@ -102,14 +144,13 @@ TEST_F(BuiltinsMath, JsRunsTheScriptThroughTheHostWindowOrData) {
     });
     mnger->m_hHostWnd = window;
     mnger->m_nHostMsg = 0x401;
-    host.seen.clear();
-    EXPECT_EQ(Run("js", {"'1+1'"}, &host).result, "'42'");  // js is of kind text
+    EXPECT_EQ(Run("js", {"'1+1'"}, static_cast<IScriptHost*>(&host)).result, "'42'");  // js is of kind text
     EXPECT_EQ(scripts, std::vector<std::string>{"1025:1+1:0"});
     EXPECT_EQ(host.seen, "");  // the window took it
 
     // A window that is gone falls back to the host data.
     UnregisterHostWindow(window);
-    EXPECT_EQ(Run("js", {"g()"}, &host).result, "'ran'");
+    EXPECT_EQ(Run("js", {"g()"}, static_cast<IScriptHost*>(&host)).result, "'ran'");
     EXPECT_EQ(host.seen, "g()");
 }
 

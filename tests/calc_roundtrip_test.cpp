@@ -58,12 +58,17 @@ std::vector<std::string> Corpus() {
 // Answers every script with its own text, so js() is deterministic.
 class EchoScripts : public IScriptHost {
 public:
-    void RunScript(const CString& script, CStringArray&, CString& result) override { result = script; }
+    EchoScripts() { RegisterScriptHost(this); }
+    ~EchoScripts() override { UnregisterScriptHost(this); }
+    int RunScript(const CString& script, CStringArray&, CString& result) override {
+        result = script;
+        return 1;
+    }
 };
 
 Outcome RunOnce(const std::string& formula, std::string* written) {
     static EchoScripts scripts;
-    TestHost host(nullptr, &scripts);
+    TestHost host(nullptr, static_cast<IScriptHost*>(&scripts));
     host.names = {{"a", "2"}, {"b", "3"}, {"c", "4"}, {"x", "5"}, {"s", "'abc'"}, {"d", "'2014-03-05 10:20:30'"}};
     int pos = -1;
     std::unique_ptr<CCalcNode> root(host.Calc().Compile(CString::FromUtf8(formula), &pos));

@@ -197,7 +197,8 @@ TEST(FuncMngerCall, Statuses) {
 }
 
 // Every built-in runs, whatever the shape of its arguments: it succeeds, or
-// fails with a message formatted with the call text.
+// fails with a message formatted with the call text (js, without a script
+// host here, with 1304).
 TEST_F(FuncManager, EveryBuiltInRunsOnArgumentsOfAnyShape) {
     const std::u16string letters(10000, u'x');
     const std::u16string separators(10000, u'-');
@@ -216,7 +217,8 @@ TEST_F(FuncManager, EveryBuiltInRunsOnArgumentsOfAnyShape) {
             SCOPED_TRACE(U8(e.name) + " with " + std::to_string(args.size()) + " arguments");
             ASSERT_TRUE(status == 0 || status == 1) << status;
             if (status == 0) {
-                EXPECT_EQ(U8(CVek::GetLastError()).substr(0, 4), "E100");
+                const bool noScriptHost = U8(e.name) == "js" && !args.empty();
+                EXPECT_EQ(U8(CVek::GetLastError()).substr(0, 4), noScriptHost ? "E130" : "E100");
             }
         }
     }

@@ -48,7 +48,7 @@ public:
     CString m_strFuncName;      // the function name as written
     CString m_strResult;        // the result text
     CStringArray m_arrParas;    // the evaluated argument texts, in call order
-    void* m_pHostData = nullptr;  // the host object given to NewCalc
+    void* m_pHostData = nullptr;  // the host data given to NewCalc (see IScriptHost)
     HWND m_hHostWnd = nullptr;    // set from the manager before each call
     uint32_t m_nHostMsg = 0;      // likewise
 };
@@ -89,15 +89,40 @@ public:
     CMapUInt32 m_mapExtra;          // free for the host
 };
 
-// The host data handed to NewCalc, as the `js` built-in sees it: an object
-// that runs a script.  A host that gives neither host data nor a host window
-// to its manager must not call `js`.
+// A script host: what runs the scripts of the `js` built-in.
+//
+// `js(script, args...)` first offers the call record to the manager's host
+// window (m_hHostWnd, m_nHostMsg) when that names a live window.  Otherwise it
+// looks at the record's host data, the pointer given to NewCalc: that pointer
+// is used as a script host only when it is exactly a registered one.  So a
+// host that runs scripts
+//   - registers its script host once: RegisterScriptHost(&scripts);
+//   - hands NewCalc the same pointer, converted to void* from IScriptHost*:
+//     NewCalc(mnger, static_cast<void*>(static_cast<IScriptHost*>(&scripts)))
+//     (from a class derived from IScriptHost, convert to IScriptHost* first,
+//     or the address may differ);
+//   - unregisters it (UnregisterScriptHost) before destroying it, and not
+//     while a calculator may be running `js` with it.
+// Any other host data (null, a document, a record) is never called through:
+// `js` then fails (status 0, message CALC_MSG_NO_SCRIPT_HOST formatted with
+// the call text), and the calculator reports the failed function (1072).
 class QORCALC_API IScriptHost {
 public:
     virtual ~IScriptHost() = default;
-    // Runs `script` with the remaining call arguments and fills `result`.
-    virtual void RunScript(const CString& script, CStringArray& args, CString& result) = 0;
+    // Runs `script` with the remaining call arguments.  Returns 1 with the
+    // value in `result`, or 0 when the script failed: `result` then holds the
+    // host's text of the failure, or stays empty, in which case the call
+    // fails as one with a bad argument (message 1004).
+    virtual int RunScript(const CString& script, CStringArray& args, CString& result) = 0;
 };
+
+extern "C" {
+// Declares `host` a script host (null is ignored, a second registration of
+// the same host is harmless).  Process-wide and thread safe.
+QORCALC_API void RegisterScriptHost(IScriptHost* host);
+// Withdraws `host`; unknown or null hosts are ignored.
+QORCALC_API void UnregisterScriptHost(IScriptHost* host);
+}
 
 // Statuses of CFuncMnger::Call.
 enum ENUM_CALL_STATUS {

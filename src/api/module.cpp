@@ -61,13 +61,27 @@ int CUtilityCalc::Calc_SetCompareCalcDeclen(int decimals) {
 
 namespace qorcalc::detail {
 
-CString MessageText(uint32_t id) { return CString(State().provider->GetText(id)); }
+CString MessageText(uint32_t id) {
+    ILggInterface* provider = State().provider;
+    if (provider) return CString(provider->GetText(id));
+    // No catalogue yet: a text without "%s", so formatting keeps it as is.
+    CString text;
+    text.Format(u"error %u", id);
+    return text;
+}
 
-void TranslateText(CString& text) { State().provider->Translate(text); }
+void TranslateText(CString& text) {
+    if (ILggInterface* provider = State().provider) provider->Translate(text);
+}
 
-CString ReportMessage(uint32_t id, const CString& argument) {
+CString FormatMessage(uint32_t id, const CString& argument) {
     CString text;
     text.Format(MessageText(id), argument);
+    return text;
+}
+
+CString ReportMessage(uint32_t id, const CString& argument) {
+    CString text = FormatMessage(id, argument);
     CVek::Error(text);
     return text;
 }

@@ -5,12 +5,7 @@
 #include <qorcalc/vek.h>
 
 namespace qorcalc::func {
-namespace {
 
-// Return kinds whose results are always text: text, date and time, date.
-bool IsQuotedKind(uint8_t kind) { return kind == 1 || kind == 3 || kind == 4; }
-
-// "name(arg1, arg2)", the argument of messages 1003 and 1004.
 CString CallText(const CString& name, const CStringArray& args) {
     CString joined;
     CVek::Array2CString(joined, args, u", ");
@@ -18,6 +13,11 @@ CString CallText(const CString& name, const CStringArray& args) {
     text.Format(u"%s(%s)", name, joined);
     return text;
 }
+
+namespace {
+
+// Return kinds whose results are always text: text, date and time, date.
+bool IsQuotedKind(uint8_t kind) { return kind == 1 || kind == 3 || kind == 4; }
 
 void ReportFailure(CFuncPara& para, int status, const CStringArray& args) {
     if (status == 0 || status == -1) {

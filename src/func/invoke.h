@@ -12,6 +12,10 @@ namespace qorcalc::func {
 inline constexpr uint32_t kMsgWrongArgCount = 1003;
 inline constexpr uint32_t kMsgBadArgValue = 1004;
 
+// "name(arg1, arg2)": the call text that messages about a call are
+// formatted with.
+CString CallText(const CString& name, const CStringArray& args);
+
 // Unquotes the arguments of `para`, runs `fn` (not null) on them and turns
 // its status into 1 (the result, quoted by `kind`, is in the record) or 0
 // (the failure text is the last error and the result is empty).

@@ -10,6 +10,8 @@ namespace qorcalc::builtins {
 inline constexpr int kOk = 1;
 inline constexpr int kWrongCount = 0;
 inline constexpr int kBadValue = -1;
+// Failure with the function's own text in the result.
+inline constexpr int kOwnText = 2;
 
 // Argument `i` of the call; the caller has checked the count.
 inline const CString& Arg(const CFuncPara* para, int i) { return para->m_arrParas[i]; }

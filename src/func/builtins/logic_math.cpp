@@ -8,11 +8,15 @@
 #include "func/builtins/builtins.h"
 #include "func/builtins/call_record.h"
 
+#include <qorcalc/api.h>
 #include <qorcalc/func.h>
+#include <qorcalc/message_ids.h>
 #include <qorcalc/utility.h>
 #include <qorcalc/vek.h>
 #include <qorcalc/window.h>
 
+#include "func/invoke.h"
+#include "func/script_hosts.h"
 #include "support/text.h"
 
 #include <algorithm>
@@ -92,12 +96,18 @@ int Js(CFuncPara* para, int argc) {
         SendMessageW(para->m_hHostWnd, para->m_nHostMsg, reinterpret_cast<uintptr_t>(para), 0);
         return kOk;
     }
-    auto* host = static_cast<IScriptHost*>(para->m_pHostData);
-    if (!host) return kBadValue;  // nobody to run the script
+    // Only host data the host registered as a script host is called through.
+    IScriptHost* host = func::RegisteredScriptHost(para->m_pHostData);
+    if (!host) {
+        para->m_strResult =
+            detail::FormatMessage(CALC_MSG_NO_SCRIPT_HOST, func::CallText(para->m_strFuncName, para->m_arrParas));
+        return kOwnText;
+    }
     const CString script = Arg(para, 0);
     para->m_arrParas.RemoveAt(0);
-    host->RunScript(script, para->m_arrParas, para->m_strResult);
-    return kOk;
+    if (host->RunScript(script, para->m_arrParas, para->m_strResult)) return kOk;
+    // The script failed: the host's text says why, or the script was bad.
+    return para->m_strResult.IsEmpty() ? kBadValue : kOwnText;
 }
 
 int Abs(CFuncPara* para, int argc) {

@@ -1,0 +1,357 @@
+// Calculator and Formula: compile once, calculate clones, answer the engine.
+#include "host/bindings_impl.h"
+
+#include <qorcalc/api.h>
+#include <qorcalc/calc.h>
+#include <qorcalc/func.h>
+#include <qorcalc/node.h>
+#include <qorcalc/utility.h>
+
+#include <iterator>
+#include <optional>
+
+namespace qorcalc::host {
+
+struct Formula::Compiled {
+    std::string text;
+    std::unique_ptr<CCalcNode> root;
+    Error error;
+    std::vector<std::string> names;
+    std::string written;
+    std::string tree;
+};
+
+namespace detail {
+
+ICalc& AnalysisCalc() {
+    InstallProvider();
+    thread_local std::unique_ptr<ICalc> calc(NewCalc(nullptr, nullptr));
+    return *calc;
+}
+
+std::vector<std::u16string> FoldedNamesOf(const std::u16string& formula) {
+    int position = -1;
+    std::unique_ptr<CCalcNode> root(AnalysisCalc().Compile(formula.c_str(), &position));
+    std::vector<std::u16string> folded;
+    if (!root) return folded;
+    CStringArray names;
+    root->GetNames(names);
+    folded.resize(static_cast<size_t>(names.GetSize()));
+    for (int i = 0; i < names.GetSize(); ++i) FoldName(names[i].Str(), folded[static_cast<size_t>(i)]);
+    return folded;
+}
+
+}  // namespace detail
+
+namespace {
+
+using detail::ToUtf8;
+
+const char* KindName(uint8_t kind) {
+    static const char* const kNames[] = {"empty", "formula", "group", "function", "argument",
+                                         "name",  "number",  "text",  "operator"};
+    return kind < std::size(kNames) ? kNames[kind] : "?";
+}
+
+// One line per node, indented two blanks per level.
+void WriteTree(CCalcNode& node, int depth, std::string& out) {
+    out.append(static_cast<size_t>(depth) * 2, ' ');
+    out += KindName(node.GetKind());
+    CString text;
+    switch (node.GetKind()) {
+        case NodeFunction:
+        case NodeName:
+        case NodeOperator:
+            out += ' ' + ToUtf8(node.RawText().Str());
+            break;
+        case NodeNumber:
+        case NodeString:
+            node.GetText(text, 1);
+            out += ' ' + ToUtf8(text.Str());
+            break;
+        default:
+            break;
+    }
+    out += '\n';
+    for (int i = 0; i < node.GetCount(); ++i) WriteTree(*node.GetAt(i), depth + 1, out);
+}
+
+// A UTF-16 position as a count of characters (code points).
+int CharacterPosition(const std::u16string& text, int position) {
+    if (position < 0) return position;
+    int pairs = 0;
+    for (int i = 1; i < position && i < static_cast<int>(text.size()); ++i)
+        if (text[static_cast<size_t>(i)] >= 0xDC00 && text[static_cast<size_t>(i)] <= 0xDFFF &&
+            text[static_cast<size_t>(i - 1)] >= 0xD800 && text[static_cast<size_t>(i - 1)] <= 0xDBFF)
+            ++pairs;
+    return position - pairs;
+}
+
+bool BoundedByOneQuote(const std::u16string& text) {
+    return text.size() >= 2 && text.front() == text.back() && (text.front() == u'\'' || text.front() == u'"');
+}
+
+}  // namespace
+
+Formula::Formula() = default;
+Formula::Formula(std::shared_ptr<const Compiled> compiled) : m_compiled(std::move(compiled)) {}
+bool Formula::ok() const { return m_compiled && m_compiled->root; }
+const std::string& Formula::text() const {
+    static const std::string kNone;
+    return m_compiled ? m_compiled->text : kNone;
+}
+const Error& Formula::error() const {
+    static const Error kNotCompiled{kMsgBadUtf8, -1, {}};
+    return m_compiled ? m_compiled->error : kNotCompiled;
+}
+std::vector<std::string> Formula::Names() const { return m_compiled ? m_compiled->names : std::vector<std::string>{}; }
+std::string Formula::Written() const { return m_compiled ? m_compiled->written : std::string{}; }
+std::string Formula::TreeText() const { return m_compiled ? m_compiled->tree : std::string{}; }
+
+struct Calculator::Impl {
+    explicit Impl(Options o) : options(std::move(o)), scripts(options.script) {
+        detail::InstallProvider();
+        calc.reset(NewCalc(nullptr, static_cast<void*>(static_cast<IScriptHost*>(&scripts))));
+    }
+
+    Options options;
+    detail::ScriptHost scripts;
+    std::unique_ptr<ICalc> calc;
+    // Scratch kept between calculations so that answering allocates nothing.
+    CString out;
+    CString answer;
+    CString functionName;
+    CStringArray arguments;
+    std::vector<std::string> argumentTexts;
+    std::u16string folded;
+
+    void Enter() { messages::SetThreadLanguage(options.language); }
+    std::string Text(uint32_t id, const std::vector<std::string>& args) const {
+        return HostText(id, options.language, args);
+    }
+    Result Fail(uint32_t id, const std::vector<std::string>& args) const {
+        return Result::Failure({id, -1, Text(id, args)});
+    }
+    // A failure the engine recorded: its id and its last error text.
+    static Result EngineFailure(uint32_t id) {
+        return Result::Failure({id, -1, ToUtf8(std::u16string_view(GetLastErrorText()))});
+    }
+
+    bool AnswerText(CCalcNode* root, CCalcNode* term, const std::u16string& text);
+    bool AnswerNumberOrText(CCalcNode* root, CCalcNode* term, const std::u16string& text, bool number);
+    std::optional<Result> AnswerName(CCalcNode* root, CCalcNode* term, Bindings::Impl& bindings);
+    std::optional<Result> AnswerFunction(CCalcNode* root, CCalcNode* term);
+    std::string CyclePath(Bindings::Impl& bindings, int start) const;
+    Result Done(CCalcNode& root);
+};
+
+// A text always arrives as a text: quoted, so the engine never reads it as a
+// number or a formula.  The engine strips every pair of like quotes around a
+// value, so a text that itself begins and ends with one quote character is
+// given a stand-in first and then its exact text.
+bool Calculator::Impl::AnswerText(CCalcNode* root, CCalcNode* term, const std::u16string& text) {
+    if (BoundedByOneQuote(text)) {
+        if (!calc->SetTermValue(root, term, CString(u"'-'"))) return false;
+        term->AssignText(CString(text));
+        return true;
+    }
+    std::u16string& quoted = answer.Str();
+    quoted.assign(1, u'\'');
+    quoted += text;
+    quoted += u'\'';
+    return calc->SetTermValue(root, term, answer) != 0;
+}
+
+bool Calculator::Impl::AnswerNumberOrText(CCalcNode* root, CCalcNode* term, const std::u16string& text, bool number) {
+    if (!number) return AnswerText(root, term, text);
+    answer.Str().assign(text);
+    return calc->SetTermValue(root, term, answer) != 0;
+}
+
+// The path by which `start`'s formula comes back to `start` through other
+// formula-valued names ("a -> b -> a"), or empty when it never does.
+std::string Calculator::Impl::CyclePath(Bindings::Impl& bindings, int start) const {
+    std::vector<char> visited(bindings.slots.size(), 0);
+    std::vector<int> path{start};
+    // Depth-first over formula-valued slots; each frame remembers which of
+    // its names it tries next.
+    std::vector<size_t> next{0};
+    while (!path.empty()) {
+        const Slot& at = bindings.slots[static_cast<size_t>(path.back())];
+        if (next.back() == at.names.size()) {
+            path.pop_back();
+            next.pop_back();
+            continue;
+        }
+        const int to = bindings.FindFolded(at.names[next.back()++]);
+        if (to < 0 || bindings.slots[static_cast<size_t>(to)].answer != Answer::Formula) continue;
+        if (to == start) {
+            std::string text;
+            for (int slot : path) text += bindings.slots[static_cast<size_t>(slot)].name + " -> ";
+            return text + bindings.slots[static_cast<size_t>(start)].name;
+        }
+        if (visited[static_cast<size_t>(to)]) continue;
+        visited[static_cast<size_t>(to)] = 1;
+        path.push_back(to);
+        next.push_back(0);
+    }
+    return {};
+}
+
+std::optional<Result> Calculator::Impl::AnswerName(CCalcNode* root, CCalcNode* term, Bindings::Impl& bindings) {
+    const int slotIndex = bindings.FindWide(out.Str());
+    if (slotIndex < 0) return Fail(kMsgUnknownName, {ToUtf8(out.Str())});
+    Slot& slot = bindings.slots[static_cast<size_t>(slotIndex)];
+    bindings.Prepare(slot);
+    bool ok = false;
+    detail::ResetLastAskedId();
+    switch (slot.answer) {
+        case Answer::None:
+            return Fail(kMsgUnknownName, {slot.name});
+        case Answer::Failed:
+            return Fail(kMsgNameFailed, {slot.name, slot.text});
+        case Answer::Value:
+        case Answer::Text:
+            ok = AnswerNumberOrText(root, term, slot.wide, slot.number);
+            break;
+        case Answer::Formula: {
+            const std::string cycle = CyclePath(bindings, slotIndex);
+            if (!cycle.empty()) return Fail(kMsgCycle, {slot.name, cycle});
+            // As written: the engine substitutes the text for the name.
+            answer.Str().assign(slot.wide);
+            ok = calc->SetTermValue(root, term, answer) != 0;
+            break;
+        }
+    }
+    if (ok) return std::nullopt;
+    // A failed substitution is a compile failure of the new text: the error
+    // code is not set, the id asked for is the failure's.
+    return EngineFailure(detail::LastAskedId() ? detail::LastAskedId() : calc->GetLastErrorCode());
+}
+
+std::optional<Result> Calculator::Impl::AnswerFunction(CCalcNode* root, CCalcNode* term) {
+    // Raw: argument texts exactly, which a "\r\n"-joined call text cannot
+    // promise when an argument holds a line break.
+    term->GetFunctionCall(functionName, arguments, 1);
+    detail::FoldName(functionName.Str(), folded);
+    const HostFunction* function = options.functions ? options.functions->Find(folded) : nullptr;
+    const std::string name = ToUtf8(functionName.Str());
+    if (!function) return Fail(kMsgUnknownFunction, {name});
+    argumentTexts.resize(static_cast<size_t>(arguments.GetSize()));
+    for (int i = 0; i < arguments.GetSize(); ++i)
+        detail::Utf16ToUtf8(arguments[i].Str(), argumentTexts[static_cast<size_t>(i)]);
+    const Result result = (*function)(argumentTexts);
+    if (!result.ok) return Fail(kMsgFunctionFailed, {name, result.error.message});
+    std::u16string value;
+    detail::Utf8ToUtf16(result.value.text, value);
+    const bool number = result.value.kind == Kind::Number && !value.empty() &&
+                        CUtilityCalc::IsPureNumber(value.c_str(), 1);
+    detail::ResetLastAskedId();
+    if (AnswerNumberOrText(root, term, value, number)) return std::nullopt;
+    return EngineFailure(detail::LastAskedId() ? detail::LastAskedId() : calc->GetLastErrorCode());
+}
+
+Result Calculator::Impl::Done(CCalcNode& root) {
+    CString text;
+    if (options.format) root.GetDisplayText(text, 0, options.format);
+    else root.GetText(text, 0);
+    return Result::Success({root.GetKind() == NodeNumber ? Kind::Number : Kind::Text, ToUtf8(text.Str())});
+}
+
+Calculator::Calculator(Options options) : m_impl(std::make_unique<Impl>(std::move(options))) {}
+Calculator::~Calculator() = default;
+
+const Options& Calculator::options() const { return m_impl->options; }
+void Calculator::SetLanguage(Language language) { m_impl->options.language = language; }
+void Calculator::SetFormat(uint8_t format) { m_impl->options.format = format; }
+
+Formula Calculator::Compile(std::string_view text) {
+    m_impl->Enter();
+    auto compiled = std::make_shared<Formula::Compiled>();
+    compiled->text.assign(text);
+    if (!IsValidUtf8(text)) {
+        compiled->error = {kMsgBadUtf8, -1, m_impl->Text(kMsgBadUtf8, {})};
+        return Formula(std::move(compiled));
+    }
+    const std::u16string wide = detail::ToUtf16(text);
+    int position = -1;
+    detail::ResetLastAskedId();
+    compiled->root.reset(m_impl->calc->Compile(wide.c_str(), &position));
+    if (!compiled->root) {
+        compiled->error = {detail::LastAskedId(), CharacterPosition(wide, position),
+                           ToUtf8(std::u16string_view(GetLastErrorText()))};
+        return Formula(std::move(compiled));
+    }
+    CStringArray names;
+    compiled->root->GetNames(names);
+    for (int i = 0; i < names.GetSize(); ++i) compiled->names.push_back(ToUtf8(names[i].Str()));
+    CString written;
+    compiled->root->GetFormula(written);
+    compiled->written = ToUtf8(written.Str());
+    WriteTree(*compiled->root, 0, compiled->tree);
+    return Formula(std::move(compiled));
+}
+
+Result Calculator::Calculate(const Formula& formula, Bindings& bindings) {
+    if (!formula.ok()) return Result::Failure(formula.error());
+    Impl& impl = *m_impl;
+    impl.Enter();
+    impl.scripts.Forget();
+    // The compiled root is shared and never touched: every calculation
+    // rewrites a clone of its own.
+    std::unique_ptr<CCalcNode> root(formula.m_compiled->root->Clone());
+    for (;;) {
+        CCalcNode* pending = nullptr;
+        const int code = impl.calc->Calculate(root.get(), impl.out, pending, 0, impl.options.format);
+        std::optional<Result> failure;
+        switch (code) {
+            case CALC_DONE:
+                return impl.Done(*root);
+            case CALC_NEED_NAME:
+                failure = impl.AnswerName(root.get(), pending, *bindings.m_impl);
+                break;
+            case CALC_NEED_FUNCTION:
+                failure = impl.AnswerFunction(root.get(), pending);
+                break;
+            case CALC_REFUSED: {
+                CString name;
+                CStringArray ignored;
+                if (pending) pending->GetFunctionCall(name, ignored, 1);
+                return impl.Fail(kMsgRefused, {ToUtf8(name.Str())});
+            }
+            default: {
+                Result result = Impl::EngineFailure(static_cast<uint32_t>(impl.calc->GetLastErrorCode()));
+                // The engine reports a failed script as a failed function;
+                // the script host knows what went wrong.
+                if (!impl.scripts.failure().empty()) result.error.message = impl.scripts.failure();
+                return result;
+            }
+        }
+        if (failure) return *failure;
+    }
+}
+
+Result Calculator::Evaluate(std::string_view text, Bindings& bindings) { return Calculate(Compile(text), bindings); }
+
+std::vector<Category> FunctionCatalogue(Language language) {
+    messages::SetThreadLanguage(language);
+    CFuncMnger* manager = detail::AnalysisCalc().GetFuncMnger();
+    std::vector<Category> categories;
+    for (int number = 0;; ++number) {
+        CPtrArray items;
+        if (!manager->GetFuncsOfCategory(number, items)) break;
+        Category category;
+        category.number = number;
+        for (int i = 0; i < items.GetSize(); ++i) {
+            std::unique_ptr<CFuncItem> item(static_cast<CFuncItem*>(items[i]));
+            if (category.name.empty()) category.name = ToUtf8(item->m_strCategory.Str());
+            FunctionInfo info{ToUtf8(item->m_strName.Str()), ToUtf8(item->m_strDesc.Str()), {}};
+            for (int u = 0; u < item->m_arrUsage.GetSize(); ++u) info.usage.push_back(ToUtf8(item->m_arrUsage[u].Str()));
+            category.functions.push_back(std::move(info));
+        }
+        categories.push_back(std::move(category));
+    }
+    return categories;
+}
+
+}  // namespace qorcalc::host

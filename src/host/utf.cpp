@@ -1,0 +1,99 @@
+// UTF-8 validation and conversion, name folding.
+#include "host/internal.h"
+
+namespace qorcalc::host {
+
+bool IsValidUtf8(std::string_view text) {
+    const auto* p = reinterpret_cast<const unsigned char*>(text.data());
+    const auto* end = p + text.size();
+    while (p < end) {
+        const unsigned char c = *p;
+        if (c < 0x80) {
+            ++p;
+            continue;
+        }
+        int length;
+        uint32_t min, cp;
+        if ((c & 0xE0) == 0xC0) length = 2, min = 0x80, cp = c & 0x1F;
+        else if ((c & 0xF0) == 0xE0) length = 3, min = 0x800, cp = c & 0x0F;
+        else if ((c & 0xF8) == 0xF0) length = 4, min = 0x10000, cp = c & 0x07;
+        else return false;
+        if (end - p < length) return false;
+        for (int i = 1; i < length; ++i) {
+            if ((p[i] & 0xC0) != 0x80) return false;
+            cp = cp << 6 | (p[i] & 0x3F);
+        }
+        if (cp < min || cp > 0x10FFFF || (cp >= 0xD800 && cp <= 0xDFFF)) return false;
+        p += length;
+    }
+    return true;
+}
+
+namespace detail {
+
+void Utf8ToUtf16(std::string_view utf8, std::u16string& out) {
+    out.clear();
+    const auto* p = reinterpret_cast<const unsigned char*>(utf8.data());
+    const auto* end = p + utf8.size();
+    while (p < end) {
+        uint32_t cp = *p++;
+        int more = cp >= 0xF0 ? 3 : cp >= 0xE0 ? 2 : cp >= 0xC0 ? 1 : 0;
+        if (more) cp &= 0x3F >> more;
+        for (; more > 0 && p < end; --more) cp = cp << 6 | (*p++ & 0x3F);
+        if (cp >= 0x10000) {
+            cp -= 0x10000;
+            out += static_cast<char16_t>(0xD800 + (cp >> 10));
+            out += static_cast<char16_t>(0xDC00 + (cp & 0x3FF));
+        } else {
+            out += static_cast<char16_t>(cp);
+        }
+    }
+}
+
+void Utf16ToUtf8(std::u16string_view text, std::string& out) {
+    out.clear();
+    for (size_t i = 0; i < text.size(); ++i) {
+        uint32_t cp = text[i];
+        if (cp >= 0xD800 && cp <= 0xDBFF && i + 1 < text.size() && text[i + 1] >= 0xDC00 && text[i + 1] <= 0xDFFF) {
+            cp = 0x10000 + ((cp - 0xD800) << 10) + (text[++i] - 0xDC00);
+        } else if (cp >= 0xD800 && cp <= 0xDFFF) {
+            cp = 0xFFFD;
+        }
+        if (cp < 0x80) {
+            out += static_cast<char>(cp);
+        } else if (cp < 0x800) {
+            out += static_cast<char>(0xC0 | cp >> 6);
+            out += static_cast<char>(0x80 | (cp & 0x3F));
+        } else if (cp < 0x10000) {
+            out += static_cast<char>(0xE0 | cp >> 12);
+            out += static_cast<char>(0x80 | (cp >> 6 & 0x3F));
+            out += static_cast<char>(0x80 | (cp & 0x3F));
+        } else {
+            out += static_cast<char>(0xF0 | cp >> 18);
+            out += static_cast<char>(0x80 | (cp >> 12 & 0x3F));
+            out += static_cast<char>(0x80 | (cp >> 6 & 0x3F));
+            out += static_cast<char>(0x80 | (cp & 0x3F));
+        }
+    }
+}
+
+std::string ToUtf8(std::u16string_view text) {
+    std::string out;
+    Utf16ToUtf8(text, out);
+    return out;
+}
+
+std::u16string ToUtf16(std::string_view utf8) {
+    std::u16string out;
+    Utf8ToUtf16(utf8, out);
+    return out;
+}
+
+void FoldName(std::u16string_view name, std::u16string& out) {
+    out.assign(name);
+    for (char16_t& c : out)
+        if (c >= u'A' && c <= u'Z') c = static_cast<char16_t>(c - u'A' + u'a');
+}
+
+}  // namespace detail
+}  // namespace qorcalc::host
