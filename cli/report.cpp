@@ -1,0 +1,487 @@
+// qorcalc report: every `column = formula` line of a formulas file for every
+// record of a CSV file.
+//
+// The formulas compile once.  Records stream through batches: the reader
+// fills a batch, a worker (one calculator and one table of names each)
+// calculates it, and the main thread writes batches in input order, so the
+// output is the same whatever the number of jobs and memory holds a bounded
+// number of batches whatever the size of the file.
+#include "csv.h"
+#include "tool.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <chrono>
+#include <condition_variable>
+#include <cstring>
+#include <deque>
+#include <fstream>
+#include <memory>
+#include <mutex>
+#include <thread>
+
+namespace qorcalc::tool {
+namespace {
+
+using host::Result;
+
+constexpr size_t kBatchRecords = 512;
+constexpr size_t kTableSample = 1000;  // records that decide the table's column widths
+
+struct Column {
+    std::string name;
+    host::Formula formula;
+};
+
+struct Batch {
+    std::vector<std::vector<std::string>> records;
+    std::vector<long> lines;
+    std::vector<std::vector<Result>> results;
+    size_t count = 0;
+    bool done = false;
+};
+
+struct Failure {
+    long count = 0;
+    long firstLine = 0;
+    std::string firstMessage;
+};
+
+std::string Trim(std::string_view text) {
+    const size_t first = text.find_first_not_of(" \t");
+    if (first == std::string_view::npos) return {};
+    const size_t last = text.find_last_not_of(" \t");
+    return std::string(text.substr(first, last - first + 1));
+}
+
+int Characters(std::string_view text) {
+    int n = 0;
+    for (unsigned char c : text) n += (c & 0xC0) != 0x80;
+    return n;
+}
+
+std::string LowerAscii(std::string text) {
+    for (char& c : text)
+        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+    return text;
+}
+
+// Reads the `column = formula` lines; a false return has printed why.
+bool LoadFormulas(const std::string& path, std::istream& in, const std::vector<std::string>& header,
+                  host::Calculator& calculator, std::vector<Column>& columns, Language language) {
+    std::vector<std::string> taken;
+    for (const std::string& name : header) taken.push_back(LowerAscii(name));
+    auto fail = [&](uint32_t id, const std::vector<std::string>& args) {
+        std::fprintf(stderr, "qorcalc: %s\n", Say(id, language, args).c_str());
+        return false;
+    };
+    std::string line;
+    for (long number = 1; std::getline(in, line); ++number) {
+        if (!line.empty() && line.back() == '\r') line.pop_back();
+        if (number == 1 && line.compare(0, 3, "\xEF\xBB\xBF") == 0) line.erase(0, 3);
+        const std::string at = std::to_string(number);
+        if (!host::IsValidUtf8(line)) return fail(kMsgCsvNotUtf8, {path, at});
+        const std::string trimmed = Trim(line);
+        if (trimmed.empty() || trimmed[0] == '#') continue;
+        const size_t eq = line.find('=');
+        const size_t nameStart = line.find_first_not_of(" \t");
+        if (eq == std::string::npos || eq == nameStart) {
+            // Where the `=` was looked for: after the first word.
+            size_t where = eq == nameStart ? eq : line.find_first_of(" \t", nameStart);
+            if (where != std::string::npos) where = line.find_first_not_of(" \t", where);
+            if (where == std::string::npos) where = line.size();
+            return fail(kMsgNotAFormulaLine, {path, at, std::to_string(Characters(line.substr(0, where)) + 1)});
+        }
+        const std::string name = Trim(line.substr(0, eq));
+        const size_t formulaStart = line.find_first_not_of(" \t", eq + 1);
+        if (formulaStart == std::string::npos)
+            return fail(kMsgNotAFormulaLine, {path, at, std::to_string(Characters(line) + 1)});
+        const std::string lowered = LowerAscii(name);
+        if (std::find(taken.begin(), taken.end(), lowered) != taken.end())
+            return fail(kMsgColumnTwice, {path, at, std::to_string(Characters(line.substr(0, nameStart)) + 1), name});
+        host::Formula formula = calculator.Compile(Trim(line.substr(formulaStart)));
+        if (!formula.ok()) {
+            const int column = Characters(line.substr(0, formulaStart)) + std::max(formula.error().position, 0) + 1;
+            return fail(kMsgFormulaLineError, {path, at, std::to_string(column), formula.error().message});
+        }
+        taken.push_back(lowered);
+        columns.push_back({name, std::move(formula)});
+    }
+    if (columns.empty()) return fail(kMsgNoFormulas, {path});
+    return true;
+}
+
+// One worker's engine: a calculator and the table of names it answers from.
+class Worker {
+public:
+    Worker(const std::vector<std::string>& header, const std::vector<Column>& columns, Language language)
+        : m_columns(columns), m_calculator(host::Options{language, 0, {}, nullptr}) {
+        for (const std::string& name : header) m_fieldSlots.push_back(m_bindings.Declare(name));
+        for (const Column& column : columns) m_columnSlots.push_back(m_bindings.Declare(column.name));
+    }
+
+    void Calculate(Batch& batch) {
+        for (size_t r = 0; r < batch.count; ++r) {
+            const std::vector<std::string>& record = batch.records[r];
+            // A column computed for the last record is no value for this one.
+            for (int slot : m_columnSlots) m_bindings.Unset(slot);
+            for (size_t i = 0; i < m_fieldSlots.size(); ++i) m_bindings.SetValue(m_fieldSlots[i], record[i]);
+            std::vector<Result>& results = batch.results[r];
+            results.resize(m_columns.size());
+            for (size_t k = 0; k < m_columns.size(); ++k) {
+                results[k] = m_calculator.Calculate(m_columns[k].formula, m_bindings);
+                m_bindings.SetResult(m_columnSlots[k], results[k]);
+            }
+        }
+    }
+
+private:
+    const std::vector<Column>& m_columns;
+    host::Calculator m_calculator;
+    host::Bindings m_bindings;
+    std::vector<int> m_fieldSlots;
+    std::vector<int> m_columnSlots;
+};
+
+std::string CellText(const Result& result) {
+    return result.ok ? result.value.text : "#ERROR " + std::to_string(result.error.id) + ": " + result.error.message;
+}
+
+class Output {
+public:
+    virtual ~Output() = default;
+    virtual void Header(const std::vector<std::string>& names) = 0;
+    virtual void Row(const std::vector<std::string>& fields, const std::vector<Result>& results) = 0;
+    virtual void Finish() {}
+};
+
+class CsvOutput final : public Output {
+public:
+    void Header(const std::vector<std::string>& names) override {
+        m_line.clear();
+        for (const std::string& name : names) Cell(name);
+        Flush();
+    }
+    void Row(const std::vector<std::string>& fields, const std::vector<Result>& results) override {
+        m_line.clear();
+        for (const std::string& field : fields) Cell(field);
+        for (const Result& result : results) Cell(result.ok ? result.value.text : CellText(result));
+        Flush();
+    }
+
+private:
+    void Cell(const std::string& text) {
+        if (!m_line.empty()) m_line += ',';
+        if (text.find_first_of(",\"\r\n") == std::string::npos) {
+            m_line += text;
+            return;
+        }
+        m_line += '"';
+        for (char c : text) {
+            if (c == '"') m_line += '"';
+            m_line += c;
+        }
+        m_line += '"';
+    }
+    void Flush() {
+        m_line += '\n';
+        std::fwrite(m_line.data(), 1, m_line.size(), stdout);
+    }
+    std::string m_line;
+};
+
+class JsonOutput final : public Output {
+public:
+    void Header(const std::vector<std::string>& names) override { m_names = names; }
+    void Row(const std::vector<std::string>& fields, const std::vector<Result>& results) override {
+        m_line.assign("{");
+        size_t k = 0;
+        for (const std::string& field : fields) Key(m_names[k++]), AppendJson(field, m_line);
+        for (const Result& result : results) {
+            Key(m_names[k++]);
+            if (result.ok) {
+                AppendJson(result.value.text, m_line);
+            } else {
+                m_line += "{\"error\": {\"id\": " + std::to_string(result.error.id) + ", \"message\": ";
+                AppendJson(result.error.message, m_line);
+                m_line += "}}";
+            }
+        }
+        m_line += "}\n";
+        std::fwrite(m_line.data(), 1, m_line.size(), stdout);
+    }
+
+private:
+    void Key(const std::string& name) {
+        if (m_line.size() > 1) m_line += ", ";
+        AppendJson(name, m_line);
+        m_line += ": ";
+    }
+    std::vector<std::string> m_names;
+    std::string m_line;
+};
+
+// An aligned table for a terminal.  The first records decide the widths;
+// a later, wider cell widens its line only, so memory stays bounded.
+class TableOutput final : public Output {
+public:
+    void Header(const std::vector<std::string>& names) override { m_rows.push_back(names); }
+    void Row(const std::vector<std::string>& fields, const std::vector<Result>& results) override {
+        std::vector<std::string> row(fields);
+        for (const Result& result : results) row.push_back(CellText(result));
+        for (std::string& cell : row) Flatten(cell);
+        if (m_widths.empty()) {
+            m_rows.push_back(std::move(row));
+            if (m_rows.size() > kTableSample) PrintSample();
+        } else {
+            Print(row);
+        }
+    }
+    void Finish() override {
+        if (m_widths.empty()) PrintSample();
+    }
+
+private:
+    // Line breaks inside a cell would break the table.
+    static void Flatten(std::string& cell) {
+        for (size_t at = 0; (at = cell.find_first_of("\r\n", at)) != std::string::npos;) cell.replace(at, 1, "\xE2\x86\xB5");
+    }
+    void PrintSample() {
+        m_widths.assign(m_rows[0].size(), 0);
+        for (const auto& row : m_rows)
+            for (size_t i = 0; i < row.size() && i < m_widths.size(); ++i)
+                m_widths[i] = std::max(m_widths[i], DisplayWidth(row[i]));
+        Print(m_rows[0]);
+        std::string rule;
+        for (size_t i = 0; i < m_widths.size(); ++i) rule += (i ? "  " : "") + std::string(static_cast<size_t>(m_widths[i]), '-');
+        std::printf("%s\n", rule.c_str());
+        for (size_t r = 1; r < m_rows.size(); ++r) Print(m_rows[r]);
+        m_rows.clear();
+    }
+    void Print(const std::vector<std::string>& row) {
+        std::string line;
+        for (size_t i = 0; i < row.size(); ++i) {
+            if (i) line += "  ";
+            line += row[i];
+            if (i + 1 < row.size() && i < m_widths.size())
+                line.append(static_cast<size_t>(std::max(0, m_widths[i] - DisplayWidth(row[i]))), ' ');
+        }
+        std::printf("%s\n", line.c_str());
+    }
+    std::vector<std::vector<std::string>> m_rows;
+    std::vector<int> m_widths;
+};
+
+// A progress bar on stderr once a run on a terminal passes a second.
+class Progress {
+public:
+    explicit Progress(long long total) : m_total(total), m_enabled(isatty(STDERR_FILENO) && total > 0) {}
+    void Update(long long done, long records) {
+        if (!m_enabled) return;
+        const auto now = std::chrono::steady_clock::now();
+        if (now - m_start < std::chrono::seconds(1) || now - m_last < std::chrono::milliseconds(100)) return;
+        m_last = now;
+        const int percent = static_cast<int>(done * 100 / m_total);
+        const int filled = percent * 30 / 100;
+        std::fprintf(stderr, "\r[%s%s] %3d%%  %ld", std::string(static_cast<size_t>(filled), '#').c_str(),
+                     std::string(static_cast<size_t>(30 - filled), ' ').c_str(), percent, records);
+        m_shown = true;
+    }
+    ~Progress() {
+        if (m_shown) std::fprintf(stderr, "\r\033[K");
+    }
+
+private:
+    long long m_total;
+    bool m_enabled;
+    bool m_shown = false;
+    std::chrono::steady_clock::time_point m_start = std::chrono::steady_clock::now();
+    std::chrono::steady_clock::time_point m_last{};
+};
+
+// Calculates batches on worker threads; the caller gets them back in order.
+class Pool {
+public:
+    Pool(int jobs, const std::vector<std::string>& header, const std::vector<Column>& columns, Language language) {
+        for (int i = 0; i < jobs; ++i) m_workers.push_back(std::make_unique<Worker>(header, columns, language));
+        if (jobs > 1)
+            for (int i = 0; i < jobs; ++i) m_threads.emplace_back([this, i] { Serve(*m_workers[static_cast<size_t>(i)]); });
+    }
+    ~Pool() {
+        {
+            std::lock_guard lock(m_mutex);
+            m_closing = true;
+        }
+        m_work.notify_all();
+        for (std::thread& thread : m_threads) thread.join();
+    }
+    void Submit(Batch& batch) {
+        if (m_threads.empty()) {
+            m_workers[0]->Calculate(batch);
+            batch.done = true;
+            return;
+        }
+        std::lock_guard lock(m_mutex);
+        batch.done = false;
+        m_queue.push_back(&batch);
+        m_work.notify_one();
+    }
+    void Wait(Batch& batch) {
+        std::unique_lock lock(m_mutex);
+        m_finished.wait(lock, [&] { return batch.done; });
+    }
+
+private:
+    void Serve(Worker& worker) {
+        for (;;) {
+            Batch* batch;
+            {
+                std::unique_lock lock(m_mutex);
+                m_work.wait(lock, [&] { return m_closing || !m_queue.empty(); });
+                if (m_queue.empty()) return;
+                batch = m_queue.front();
+                m_queue.pop_front();
+            }
+            worker.Calculate(*batch);
+            {
+                std::lock_guard lock(m_mutex);
+                batch->done = true;
+            }
+            m_finished.notify_all();
+        }
+    }
+    std::vector<std::unique_ptr<Worker>> m_workers;
+    std::vector<std::thread> m_threads;
+    std::mutex m_mutex;
+    std::condition_variable m_work, m_finished;
+    std::deque<Batch*> m_queue;
+    bool m_closing = false;
+};
+
+std::unique_ptr<Output> MakeOutput(ReportFormat format) {
+    if (format == ReportFormat::Auto) format = isatty(STDOUT_FILENO) ? ReportFormat::Table : ReportFormat::Csv;
+    if (format == ReportFormat::Json) return std::make_unique<JsonOutput>();
+    if (format == ReportFormat::Table) return std::make_unique<TableOutput>();
+    return std::make_unique<CsvOutput>();
+}
+
+struct FileCloser {
+    void operator()(std::FILE* f) const { std::fclose(f); }
+};
+
+}  // namespace
+
+int RunReport(const ReportArgs& args, Language language) {
+    auto say = [&](uint32_t id, const std::vector<std::string>& a) {
+        std::fprintf(stderr, "qorcalc: %s\n", Say(id, language, a).c_str());
+        return 1;
+    };
+    std::unique_ptr<std::FILE, FileCloser> data(std::fopen(args.data.c_str(), "rb"));
+    if (!data) return say(kMsgCannotOpen, {args.data, std::strerror(errno)});
+    std::ifstream formulaFile(args.formulas, std::ios::binary);
+    if (!formulaFile) return say(kMsgCannotOpen, {args.formulas, std::strerror(errno)});
+
+    CsvReader reader(data.get());
+    std::vector<std::string> header;
+    const CsvReader::Status first = reader.Next(header);
+    if (first == CsvReader::Status::End) return say(kMsgEmptyCsv, {args.data});
+    if (first == CsvReader::Status::OpenQuote) return say(kMsgOpenQuote, {args.data, std::to_string(reader.line())});
+    for (const std::string& name : header)
+        if (!host::IsValidUtf8(name)) return say(kMsgCsvNotUtf8, {args.data, "1"});
+
+    host::Calculator compiler(host::Options{language, 0, {}, nullptr});
+    std::vector<Column> columns;
+    if (!LoadFormulas(args.formulas, formulaFile, header, compiler, columns, language)) return 1;
+
+    std::unique_ptr<Output> output = MakeOutput(args.format);
+    std::vector<std::string> names(header);
+    for (const Column& column : columns) names.push_back(column.name);
+    output->Header(names);
+
+    struct stat info {};
+    Progress progress(fstat(fileno(data.get()), &info) == 0 && S_ISREG(info.st_mode) ? info.st_size : 0);
+    Pool pool(args.jobs, header, columns, language);
+    // Enough batches in flight to keep every job busy while one is written.
+    const size_t inFlight = static_cast<size_t>(args.jobs) * 2 + 1;
+    std::vector<std::unique_ptr<Batch>> batches;
+    std::deque<Batch*> pending;
+    std::vector<Failure> failures(columns.size());
+    long records = 0, failed = 0;
+    int status = 0;
+
+    auto writeOldest = [&] {
+        Batch& batch = *pending.front();
+        pending.pop_front();
+        pool.Wait(batch);
+        for (size_t r = 0; r < batch.count; ++r) {
+            output->Row(batch.records[r], batch.results[r]);
+            for (size_t k = 0; k < columns.size(); ++k) {
+                const Result& result = batch.results[r][k];
+                if (result.ok) continue;
+                ++failed;
+                if (failures[k].count++ == 0) failures[k] = {1, batch.lines[r], result.error.message};
+            }
+        }
+        records += static_cast<long>(batch.count);
+        progress.Update(reader.consumed(), records);
+        return &batch;
+    };
+
+    bool more = true;
+    while (more) {
+        Batch* batch;
+        if (batches.size() < inFlight) {
+            batches.push_back(std::make_unique<Batch>());
+            batch = batches.back().get();
+        } else {
+            batch = writeOldest();
+        }
+        batch->count = 0;
+        while (batch->count < kBatchRecords) {
+            if (batch->records.size() <= batch->count) {
+                batch->records.emplace_back();
+                batch->results.emplace_back();
+                batch->lines.push_back(0);
+            }
+            std::vector<std::string>& record = batch->records[batch->count];
+            const CsvReader::Status got = reader.Next(record);
+            if (got == CsvReader::Status::End) {
+                more = false;
+                break;
+            }
+            const std::string line = std::to_string(reader.line());
+            if (got == CsvReader::Status::OpenQuote) {
+                status = say(kMsgOpenQuote, {args.data, line});
+            } else if (record.size() != header.size()) {
+                status = say(kMsgRaggedRecord, {args.data, line, std::to_string(record.size()), std::to_string(header.size())});
+            } else if (!std::all_of(record.begin(), record.end(), [](const std::string& f) { return host::IsValidUtf8(f); })) {
+                status = say(kMsgCsvNotUtf8, {args.data, line});
+            }
+            if (status) {
+                more = false;
+                break;
+            }
+            batch->lines[batch->count++] = reader.line();
+        }
+        pool.Submit(*batch);
+        pending.push_back(batch);
+    }
+    while (!pending.empty()) writeOldest();
+    output->Finish();
+    std::fflush(stdout);
+
+    if (failed) {
+        const long cells = records * static_cast<long>(columns.size());
+        std::fprintf(stderr, "qorcalc: %s\n", Say(kMsgSummary, language, {std::to_string(failed), std::to_string(cells)}).c_str());
+        for (size_t k = 0; k < columns.size(); ++k)
+            if (failures[k].count)
+                std::fprintf(stderr, "%s\n", Say(kMsgSummaryColumn, language, {columns[k].name, std::to_string(failures[k].count),
+                                                                        std::to_string(failures[k].firstLine), failures[k].firstMessage}).c_str());
+        status = 1;
+    }
+    return status;
+}
+
+}  // namespace qorcalc::tool
