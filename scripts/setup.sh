@@ -10,6 +10,11 @@ packages=(cmake make g++ pkg-config libgtest-dev libgmock-dev locales)
 # execution-time check the packaged library lacks), argument parsing, JSON,
 # line editing; tmux and valgrind drive the tool's terminal and leak tests.
 packages+=(duktape-dev libcli11-dev nlohmann-json3-dev libedit-dev tmux valgrind)
+# The Python module, the SQLite extension and the Dask mapper, for Debian's
+# own python3 (its python3-* packages, never pip), and the sqlite3 shell
+# their tests drive.
+packages+=(pybind11-dev python3-dev python3-pytest python3-pandas python3-dask python3-distributed
+           sqlite3 libsqlite3-dev)
 if [ "${1:-}" = bench ]; then
   packages+=(libbenchmark-dev libmuparser-dev)
 fi
