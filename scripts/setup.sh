@@ -12,8 +12,15 @@ packages=(cmake make g++ pkg-config binutils python3 libgtest-dev libgmock-dev l
 # execution-time check the packaged library lacks), argument parsing, JSON,
 # line editing; tmux and valgrind drive the tool's terminal and leak tests.
 packages+=(duktape-dev libcli11-dev nlohmann-json3-dev libedit-dev tmux valgrind)
+# The Python module, the SQLite extension and the Dask mapper, for Debian's
+# own python3 (its python3-* packages, never pip), and the sqlite3 shell
+# their tests drive.
+packages+=(pybind11-dev python3-dev python3-pytest python3-pandas python3-dask python3-distributed
+           sqlite3 libsqlite3-dev)
 if [ "${1:-}" = bench ]; then
-  packages+=(libbenchmark-dev libmuparser-dev valgrind time python3)
+  packages+=(libbenchmark-dev libmuparser-dev time)
+elif [ "${1:-}" = fuzz ]; then
+  packages+=(clang libclang-rt-14-dev llvm)
 fi
 
 SUDO=""
