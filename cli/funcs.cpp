@@ -33,7 +33,8 @@ void Print(const host::Category& category) {
     for (const host::FunctionInfo& function : category.functions) {
         std::printf("%s\n", function.name.c_str());
         if (!function.description.empty()) std::printf("    %s\n", function.description.c_str());
-        for (const std::string& usage : function.usage) std::printf("    %s\n", usage.c_str());
+        // A usage text is the argument list; the name goes before it.
+        for (const std::string& usage : function.usage) std::printf("    %s%s\n", function.name.c_str(), usage.c_str());
         std::printf("\n");
     }
 }

@@ -1,0 +1,199 @@
+// The host layer through its public interface: how names, host functions
+// and scripts are answered, and what a failure reports.
+#include <qorcalc/host.h>
+
+#include <gtest/gtest.h>
+
+#include <thread>
+
+using namespace qorcalc::host;
+
+namespace {
+
+struct Case {
+    const char* formula;
+    bool ok;
+    const char* value;  // the value text, or a part of the error message
+    Kind kind = Kind::Text;
+    uint32_t id = 0;
+};
+
+void Check(Calculator& calculator, Bindings& bindings, const Case& c) {
+    SCOPED_TRACE(c.formula);
+    const Result r = calculator.Evaluate(c.formula, bindings);
+    ASSERT_EQ(r.ok, c.ok) << r.error.message;
+    if (c.ok) {
+        EXPECT_EQ(r.value.text, c.value);
+        EXPECT_EQ(r.value.kind, c.kind);
+    } else {
+        EXPECT_EQ(r.error.id, c.id);
+        EXPECT_NE(r.error.message.find(c.value), std::string::npos) << r.error.message;
+    }
+}
+
+TEST(HostBindings, FieldValuesArriveAsNumbersOrExactTexts) {
+    Bindings b;
+    b.SetValue("qty", "3");
+    b.SetValue("Price", "1.25");
+    b.SetValue("both", "it's \"x\"");
+    b.SetValue("wrapped", "'abc'");
+    b.SetValue("dq", "\"q\"");
+    b.SetValue("formulaish", "qty+1");
+    b.SetValue("empty", "");
+    b.SetText("code", "007");
+    b.SetValue("zh", "张三");
+    Calculator calc;
+    const Case cases[] = {
+        {"QTY * price", true, "3.75", Kind::Number},
+        {"both", true, "it's \"x\""},
+        {"wrapped", true, "'abc'"},
+        {"dq", true, "\"q\""},
+        {"formulaish", true, "qty+1"},
+        {"empty", true, ""},
+        {"code", true, "007"},
+        {"zh + wrapped", true, "张三'abc'"},
+        {"missing + 1", false, "missing", Kind::Text, kMsgUnknownName},
+    };
+    for (const Case& c : cases) Check(calc, b, c);
+}
+
+TEST(HostBindings, FormulaValuesAreSubstitutedAndCyclesNamed) {
+    Bindings b;
+    b.SetFormula("x", "21");
+    b.SetFormula("sum2", "x+1");
+    b.SetFormula("greeting", "'hi'");
+    b.SetFormula("a", "b+1");
+    b.SetFormula("b", "c*2");
+    b.SetFormula("c", "a");
+    b.SetFormula("self", "self+1");
+    b.SetFormula("reachesCycle", "a");
+    b.SetFormula("broken", "1+(");
+    Calculator calc;
+    const Case cases[] = {
+        {"x*2", true, "42", Kind::Number},
+        // Substituted as written: 21+1*2.
+        {"sum2*2", true, "23", Kind::Number},
+        {"greeting", true, "hi"},
+        {"a", false, "a -> b -> c -> a", Kind::Text, kMsgCycle},
+        {"self", false, "self -> self", Kind::Text, kMsgCycle},
+        {"reachesCycle", false, "a -> b -> c -> a", Kind::Text, kMsgCycle},
+        {"broken", false, "", Kind::Text, 1070},
+    };
+    for (const Case& c : cases) Check(calc, b, c);
+}
+
+TEST(HostBindings, ComputedResultsKeepTheirKindAndFailuresPropagate) {
+    Bindings b;
+    b.SetResult(b.Declare("n"), Result::Success({Kind::Number, "12"}));
+    b.SetResult(b.Declare("t"), Result::Success({Kind::Text, "12"}));
+    b.SetResult(b.Declare("f"), Result::Failure({1004, -1, "bad argument"}));
+    Calculator calc;
+    const Case cases[] = {
+        {"n + 1", true, "13", Kind::Number},
+        {"t + 'x'", true, "12x"},
+        {"f", false, "bad argument", Kind::Text, kMsgNameFailed},
+    };
+    for (const Case& c : cases) Check(calc, b, c);
+}
+
+TEST(HostCompile, ErrorsCarryTheAskedIdAndACharacterPosition) {
+    Calculator calc;
+    struct CompileCase {
+        const char* text;
+        uint32_t id;
+        int position;
+    } cases[] = {
+        {"1+(2", 1070, 2},
+        // Characters, not UTF-16 units: the emoji before the bracket counts once.
+        {"'😀'+(2", 1070, 4},
+        {"\xff", kMsgBadUtf8, -1},
+    };
+    for (const auto& c : cases) {
+        const Formula f = calc.Compile(c.text);
+        ASSERT_FALSE(f.ok()) << c.text;
+        EXPECT_EQ(f.error().id, c.id) << c.text;
+        EXPECT_EQ(f.error().position, c.position) << c.text;
+        EXPECT_FALSE(f.error().message.empty()) << c.text;
+    }
+    const Formula names = calc.Compile("Qty * price + qty");
+    ASSERT_TRUE(names.ok());
+    EXPECT_EQ(names.Names(), (std::vector<std::string>{"Qty", "price"}));
+}
+
+TEST(HostFunctions, CallbacksGetExactArgumentsAndTheirFailuresAreNamed) {
+    Functions functions;
+    functions.Add("Join", [](const std::vector<std::string>& args) {
+        std::string out;
+        for (const auto& a : args) out += "[" + a + "]";
+        return Result::Success({Kind::Text, out});
+    });
+    functions.Add("twice", [](const std::vector<std::string>& args) {
+        return Result::Success({Kind::Number, std::to_string(std::stoi(args.at(0)) * 2)});
+    });
+    functions.Add("refuse", [](const std::vector<std::string>&) { return Result::Failure({0, -1, "no stock"}); });
+    Options options;
+    options.functions = &functions;
+    Calculator calc(options);
+    Bindings b;
+    b.SetValue("note", "two\r\nlines");
+    b.SetValue("q", "'x'");
+    const Case cases[] = {
+        {"join(note, q, 5)", true, "[two\r\nlines]['x'][5]"},
+        {"twice(4) + 1", true, "9", Kind::Number},
+        {"refuse()", false, "no stock", Kind::Text, kMsgFunctionFailed},
+        {"nosuch(1)", false, "nosuch", Kind::Text, kMsgUnknownFunction},
+        // A built-in of the same name wins over the host's.
+        {"sum(1, 2)", true, "3", Kind::Number},
+    };
+    for (const Case& c : cases) Check(calc, b, c);
+}
+
+TEST(HostScripts, JsRunsWithinItsLimits) {
+    Options options;
+    options.script.time = std::chrono::milliseconds(200);
+    options.script.memory = 8u << 20;
+    Calculator calc(options);
+    Bindings b;
+    b.SetValue("name", "张三");
+    const Case cases[] = {
+        {"js('return arguments[0] + \"!\" + arguments.length', name, 2)", true, "张三!2"},
+        {"js('return \"😀\".length')", true, "2"},
+        {"js('return undefined')", true, ""},
+        {"js('return nope')", false, "nope", Kind::Text, 1072},
+        {"js('return (')", false, "SyntaxError", Kind::Text, 1072},
+        {"js('while (true) { try { for(;;){} } catch (e) {} }')", false, "200 ms", Kind::Text, 1072},
+        {"js('var a = []; for (;;) a.push(new Array(10000))')", false, "8 MB", Kind::Text, 1072},
+        // The heap after a limit is a fresh one, and globals stay untouched.
+        {"js('Math.max = null; x = 1; return typeof Math.max')", true, "function"},
+        {"js('return 6 * 7') + 0", true, "42", Kind::Number},
+    };
+    for (const Case& c : cases) Check(calc, b, c);
+}
+
+TEST(HostThreads, OneCompiledFormulaServesCalculatorsOnManyThreads) {
+    Calculator compiler;
+    const Formula f = compiler.Compile("round(qty * price, 2) + len(name)");
+    ASSERT_TRUE(f.ok());
+    std::vector<std::string> results(4);
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 4; ++t) {
+        threads.emplace_back([&, t] {
+            Calculator calc;
+            Bindings b;
+            const int qty = b.Declare("qty"), price = b.Declare("price"), name = b.Declare("name");
+            std::string all;
+            for (int i = 0; i < 500; ++i) {
+                b.SetValue(qty, std::to_string(i));
+                b.SetValue(price, "0.333");
+                b.SetValue(name, i % 2 ? "ab" : "abc");
+                all += calc.Calculate(f, b).value.text + ",";
+            }
+            results[static_cast<size_t>(t)] = all;
+        });
+    }
+    for (auto& thread : threads) thread.join();
+    for (const auto& r : results) EXPECT_EQ(r, results[0]);
+    EXPECT_EQ(results[0].substr(0, 23), "3,2.33,3.67,3,4.33,3.67");
+}
+
+}  // namespace
