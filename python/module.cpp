@@ -18,7 +18,6 @@
 #include <pybind11/pybind11.h>
 #include <pybind11/stl.h>
 
-#include <charconv>
 #include <cmath>
 #include <exception>
 #include <memory>
@@ -38,14 +37,7 @@ host::Language ParseLanguage(const std::string& name) {
     throw py::value_error("lang must be \"en\" or \"zh\", not \"" + name + "\"");
 }
 
-// The shortest text that reads back as `value`, without an exponent: the
-// engine reads plain decimals only.
-std::string NumberText(double value) {
-    char buffer[400];
-    const auto end = std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::fixed).ptr;
-    return std::string(buffer, end);
-}
-
+std::string NumberText(double value) { return host::DecimalText(value); }
 std::string NumberText(int64_t value) { return std::to_string(value); }
 
 bool IsMissing(const py::handle& value) {
@@ -71,16 +63,14 @@ bool PythonNumberText(const py::handle& value, std::string& text) {
 // A result for Python: int, float or str.
 py::object ToPython(const host::Value& value) {
     if (value.kind == host::Kind::Text) return py::str(value.text);
-    const std::string& text = value.text;
-    int64_t whole = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), whole);
-    if (error == std::errc() && end == text.data() + text.size()) return py::int_(whole);
-    if (text.find_first_not_of("+-0123456789") == std::string::npos && !text.empty())
-        return py::int_(py::str(text));  // an integer past 64 bits
-    double real = 0;
-    const auto [realEnd, realError] = std::from_chars(text.data(), text.data() + text.size(), real);
-    if (realError == std::errc() && realEnd == text.data() + text.size()) return py::float_(real);
-    return py::str(text);  // a number written in a display format
+    host::MachineNumber number;
+    if (host::ReadNumber(value.text, number)) {
+        if (number.whole) return py::int_(number.integer);
+        // Past 64 bits an integer's text still makes a Python int.
+        if (value.text.find_first_not_of("+-0123456789") == std::string::npos) return py::int_(py::str(value.text));
+        return py::float_(number.real);
+    }
+    return py::str(value.text);  // a number written in a display format
 }
 
 py::object ErrorObject(const host::Error& error) {
@@ -102,11 +92,9 @@ host::HostFunction WrapFunction(py::object function) {
         try {
             py::tuple arguments(args.size());
             for (size_t i = 0; i < args.size(); ++i) {
-                double real = 0;
-                const std::string& text = args[i];
-                const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), real);
-                const bool number = !text.empty() && error == std::errc() && end == text.data() + text.size();
-                arguments[i] = number ? ToPython({host::Kind::Number, text}) : py::str(text);
+                host::MachineNumber number;
+                const bool isNumber = host::ReadNumber(args[i], number);
+                arguments[i] = isNumber ? ToPython({host::Kind::Number, args[i]}) : py::str(args[i]);
             }
             const py::object value = (*shared)(*arguments);
             std::string text;

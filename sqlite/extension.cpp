@@ -18,7 +18,6 @@
 #include <sqlite3ext.h>
 SQLITE_EXTENSION_INIT1
 
-#include <charconv>
 #include <cmath>
 #include <memory>
 #include <string>
@@ -44,14 +43,6 @@ std::string ErrorText(const host::Error& error) {
 std::string Text(sqlite3_value* value) {
     const auto* bytes = static_cast<const char*>(sqlite3_value_blob(value));
     return bytes ? std::string(bytes, static_cast<size_t>(sqlite3_value_bytes(value))) : std::string();
-}
-
-// The shortest decimal that reads back as `number`: the engine reads plain
-// decimals, without exponents.
-std::string RealText(double number) {
-    char buffer[400];
-    const auto end = std::to_chars(buffer, buffer + sizeof buffer, number, std::chars_format::fixed).ptr;
-    return std::string(buffer, end);
 }
 
 // Sets the names of one call; false (with the SQL error set) for arguments
@@ -80,7 +71,7 @@ bool Bind(sqlite3_context* context, host::Bindings& bindings, int argc, sqlite3_
                     sqlite3_result_error(context, ("qorcalc: the value of " + bindings.Name(slot) + " is not a finite number").c_str(), -1);
                     return false;
                 }
-                bindings.SetValue(slot, RealText(number));
+                bindings.SetValue(slot, host::DecimalText(number));
                 break;
             }
             case SQLITE_NULL:
@@ -116,21 +107,13 @@ bool Calculate(sqlite3_context* context, int argc, sqlite3_value** argv, host::R
 }
 
 void ResultValue(sqlite3_context* context, const host::Value& value) {
-    const std::string& text = value.text;
-    if (value.kind == host::Kind::Number) {
-        const char* end = text.data() + text.size();
-        int64_t whole = 0;
-        if (auto [at, error] = std::from_chars(text.data(), end, whole); error == std::errc() && at == end) {
-            sqlite3_result_int64(context, whole);
-            return;
-        }
-        double real = 0;
-        if (auto [at, error] = std::from_chars(text.data(), end, real); error == std::errc() && at == end) {
-            sqlite3_result_double(context, real);
-            return;
-        }
+    host::MachineNumber number;
+    if (value.kind == host::Kind::Number && host::ReadNumber(value.text, number)) {
+        if (number.whole) sqlite3_result_int64(context, number.integer);
+        else sqlite3_result_double(context, number.real);
+        return;
     }
-    sqlite3_result_text(context, text.data(), static_cast<int>(text.size()), SQLITE_TRANSIENT);
+    sqlite3_result_text(context, value.text.data(), static_cast<int>(value.text.size()), SQLITE_TRANSIENT);
 }
 
 void QorcalcFunction(sqlite3_context* context, int argc, sqlite3_value** argv) {

@@ -222,4 +222,18 @@ std::vector<Category> FunctionCatalogue(Language language);
 // Whether `text` is valid UTF-8 (no overlong forms, no surrogates).
 bool IsValidUtf8(std::string_view text);
 
+// Numbers between the engine's texts and a front end's machine numbers.
+// The shortest plain decimal that reads back as `value` (finite): the
+// engine reads no exponents.
+std::string DecimalText(double value);
+// A number's text as an integer when it is a whole number that fits 64
+// bits, else as a double; false when it reads as neither (a number in a
+// display format).
+struct MachineNumber {
+    bool whole = false;
+    int64_t integer = 0;
+    double real = 0;
+};
+bool ReadNumber(std::string_view text, MachineNumber& number);
+
 }  // namespace qorcalc::host

@@ -1,0 +1,77 @@
+#!/usr/bin/python3
+"""Front-end figures (a benchmark, not a test):
+  evaluate_table with jobs=1 and jobs=2 on generated rows, 8 formulas;
+  the SQLite function against `qorcalc report` on the same 100,000 rows.
+Run from the source tree after `make build`:
+  PYTHONPATH=build/python /usr/bin/python3 bench/frontends.py [rows]"""
+import csv
+import random
+import subprocess
+import sys
+import tempfile
+import time
+from pathlib import Path
+
+import qorcalc
+
+FORMULAS = {
+    "amount": "round(qty * price * (1 - discount), 2)",
+    "gross": "qty * price",
+    "band": "if(amount > 1000, 'large', if(qty = 0, 'none', 'small'))",
+    "key": "toUpperCase(left(customer, 3)) + '-' + code",
+    "net": "amount - gross * 0.1",
+    "half": "round(amount / 2, 1)",
+    "note": "customer + ' #' + code",
+    "flag": "if(discount > 0, 'discounted', 'full')",
+}
+SQL_FORMULAS = ["round(qty * price * (1 - discount), 2)", "qty * price",
+                "toUpperCase(left(customer, 3)) + '-' + code", "customer + ' #' + code"]
+
+
+def rows(count):
+    rng = random.Random(1)
+    return [{"code": f"C{i}", "customer": rng.choice(["Lin Wei", "Acme Ltd", "Zhou"]),
+             "qty": rng.randint(0, 400), "price": round(rng.uniform(0, 90), 2),
+             "discount": rng.choice([0, 0.05, 0.125])} for i in range(count)]
+
+
+def timed(run):
+    start = time.perf_counter()
+    run()
+    return time.perf_counter() - start
+
+
+def table(count):
+    data = rows(count)
+    one = timed(lambda: qorcalc.evaluate_table(FORMULAS, data, jobs=1))
+    two = timed(lambda: qorcalc.evaluate_table(FORMULAS, data, jobs=2))
+    print(f"evaluate_table {count} rows x {len(FORMULAS)} formulas: jobs=1 {one:.2f} s, "
+          f"jobs=2 {two:.2f} s, speed-up {one / two:.2f}")
+
+
+def sqlite_vs_report(count, work):
+    data = rows(count)
+    path = work / "data.csv"
+    with open(path, "w", newline="") as f:
+        writer = csv.DictWriter(f, fieldnames=list(data[0]))
+        writer.writeheader()
+        writer.writerows(data)
+    (work / "f.txt").write_text("".join(f"c{i} = {f}\n" for i, f in enumerate(SQL_FORMULAS)))
+    db = work / "data.db"
+    subprocess.run(["sqlite3", str(db)], check=True, text=True, input=
+                   "CREATE TABLE t(code TEXT, customer TEXT, qty INTEGER, price REAL, discount REAL);\n"
+                   f".import --csv --skip 1 {path} t\n")
+    names = ", ".join(f"'{n}', {n}" for n in data[0])
+    select = ", ".join("qorcalc('" + f.replace("'", "''") + f"', {names})" for f in SQL_FORMULAS)
+    sql = timed(lambda: subprocess.run(["sqlite3", "-cmd", ".load build/sqlite/qorcalc", str(db)], check=True,
+                                       input=f"SELECT {select} FROM t;\n", text=True, stdout=subprocess.DEVNULL))
+    report = timed(lambda: subprocess.run(["build/cli/qorcalc", "report", "--csv", str(path), str(work / "f.txt")],
+                                          check=True, stdout=subprocess.DEVNULL))
+    print(f"{count} rows x {len(SQL_FORMULAS)} formulas: sqlite3 {sql:.2f} s, qorcalc report {report:.2f} s, "
+          f"ratio {sql / report:.2f}")
+
+
+if __name__ == "__main__":
+    table(int(sys.argv[1]) if len(sys.argv) > 1 else 1_000_000)
+    with tempfile.TemporaryDirectory() as work:
+        sqlite_vs_report(100_000, Path(work))
