@@ -3,7 +3,7 @@ BUILD      ?= build
 JOBS       ?= $(shell nproc 2>/dev/null || echo 2)
 CMAKE_ARGS ?=
 
-.PHONY: all setup configure build test demo sanitize tsan bench-build bench bench-instr bench-report fuzz fuzz-build fuzz-short clean
+.PHONY: all setup configure build test demo sanitize tsan bench-build bench bench-instr bench-check bench-report fuzz fuzz-build fuzz-short clean
 
 all: build
 
@@ -57,6 +57,10 @@ bench: bench-build
 
 bench-instr: bench-build
 	@bench/table.py instr build-bench/bench/qorcalc_bench
+
+# The bench's own tools: verdicts, dump and timing parsers, generated data.
+bench-check:
+	@python3 -m unittest discover -s bench -p 'test_*.py'
 
 # qorcalc report over generated orders (100,000 and 1,000,000 records).
 QORCALC ?= $(BUILD)/cli/qorcalc
