@@ -125,6 +125,12 @@ void ReportEngineFailure(uint32_t id, const CString& argument) noexcept {
 }
 
 uint32_t TakeEngineFailure(CString& text) {
+    // Every engine call takes twice and almost always finds nothing: no copy,
+    // no fresh record, no thread-local string churn on that path.
+    if (t_engineFailure.id == 0 && t_engineFailure.text.IsEmpty()) {
+        text.Empty();
+        return 0;
+    }
     const uint32_t id = t_engineFailure.id;
     text = t_engineFailure.text;
     t_engineFailure = EngineFailure();
