@@ -109,11 +109,11 @@ TEST(Limits, GrowthIsRefusedBeforeItIsBuilt) {
     EXPECT_EQ(o.errorText.substr(0, 8), "E1302:a+");
 
     // Two long texts and a name answered with a formula: the tree written
-    // back for re-conversion would pass the text limit.
+    // back for re-conversion is a formula, and would pass the formula limit.
     host.names = {{"a", "'" + std::string(9000000, 'a') + "'"}, {"b", "'" + std::string(9000000, 'b') + "'"}, {"c", "d"}};
     o = host.Run("a + b + c");
     EXPECT_EQ(o.code, CALC_ERROR);
-    EXPECT_EQ(o.errorCode, CALC_MSG_TEXT_TOO_LONG);
+    EXPECT_EQ(o.errorCode, CALC_MSG_FORMULA_TOO_LONG);
 }
 
 TEST(Limits, SumDimRefusesATextPastTheLimit) {

@@ -23,22 +23,34 @@ namespace {
 constexpr int kGoOn = -2;
 constexpr int kWriteCapacity = 512;
 
-// A builder that stops at CALC_MAX_TEXT_LENGTH: a tree written back for
-// re-conversion is a text like any other.
+// A builder that stops at a limit: a tree written back is a text like any
+// other, and one written back for re-conversion is a formula as well.
 class CBoundedBuilder final : public CStringBuilder {
 public:
-    using CStringBuilder::CStringBuilder;
+    CBoundedBuilder(int limit, uint32_t messageId)
+        : CStringBuilder(kWriteCapacity), m_nLimit(limit), m_nMessageId(messageId) {}
     using CWriter::Write;
     void Write(const char16_t* text, int length) override {
-        if (length > CALC_MAX_TEXT_LENGTH - GetLength())
-            throw detail::LimitExceeded{CALC_MSG_TEXT_TOO_LONG, ToString()};
+        if (length > m_nLimit - GetLength()) throw detail::LimitExceeded{m_nMessageId, ToString()};
         CStringBuilder::Write(text, length);
     }
+
+private:
+    int m_nLimit;
+    uint32_t m_nMessageId;
 };
 
 CString FormulaOf(CCalcNode* node) {
-    CBoundedBuilder builder(kWriteCapacity);
+    CBoundedBuilder builder(CALC_MAX_TEXT_LENGTH, CALC_MSG_TEXT_TOO_LONG);
     node->Write(builder);
+    return builder.ToString();
+}
+
+// The whole tree as the formula it is converted from again after a host
+// answered a name with a formula: no longer than Compile would take.
+CString FormulaToReconvert(CCalcNode* root) {
+    CBoundedBuilder builder(CALC_MAX_FORMULA_LENGTH, CALC_MSG_FORMULA_TOO_LONG);
+    root->Write(builder);
     return builder.ToString();
 }
 
@@ -178,7 +190,7 @@ int CCalc::SetTermValue(CCalcNode* root, CCalcNode* term, const CString& valueTe
     if (reconvert) {
         int pos = -1;
         uint32_t messageId = 0;
-        if (Parse(root, FormulaOf(root), pos, messageId)) return 1;
+        if (Parse(root, FormulaToReconvert(root), pos, messageId)) return 1;
         Fail(*tree, messageId);
         return 0;
     }
