@@ -11,12 +11,14 @@
 // is refused with CALC_MSG_STALE_TERM.
 #pragma once
 
+#include <qorcalc/message_ids.h>
+
 #include <qorcalc/calc.h>
 #include <qorcalc/node.h>
 
 namespace qorcalc::calc {
 
-constexpr uint32_t kMsgFunctionFailed = 1072;
+constexpr uint32_t kMsgFunctionFailed = CALC_MSG_FUNCTION_FAILED;
 
 // Spaces "&&" and "||" outside quotes, so that the converter sees them as
 // words of their own: a||b&&c becomes a || b && c.

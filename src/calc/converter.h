@@ -13,6 +13,8 @@
 // token that would pass it), also when a host's answers keep growing it.
 #pragma once
 
+#include <qorcalc/message_ids.h>
+
 #include <qorcalc/collections.h>
 #include <qorcalc/node.h>
 #include <qorcalc/string.h>
@@ -21,11 +23,11 @@
 
 namespace qorcalc::calc {
 
-constexpr uint32_t kMsgBadFunctionName = 1000;
-constexpr uint32_t kMsgBadNumber = 1001;
-constexpr uint32_t kMsgBadExpression = 1003;
-constexpr uint32_t kMsgBadName = 1068;
-constexpr uint32_t kMsgBrackets = 1070;
+constexpr uint32_t kMsgBadFunctionName = CALC_MSG_BAD_FUNCTION_NAME;
+constexpr uint32_t kMsgBadNumber = CALC_MSG_BAD_NUMBER;
+constexpr uint32_t kMsgBadExpression = CALC_MSG_BAD_EXPRESSION;
+constexpr uint32_t kMsgBadName = CALC_MSG_BAD_NAME;
+constexpr uint32_t kMsgBrackets = CALC_MSG_BRACKETS;
 
 // The text being converted and the positions of its quoted stretches (the
 // opening and closing quote of each, as CVek::FindQuotes gives them).

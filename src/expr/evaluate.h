@@ -10,6 +10,8 @@
 // is linear in the size of the tree.
 #pragma once
 
+#include <qorcalc/message_ids.h>
+
 #include <qorcalc/node.h>
 #include <qorcalc/string.h>
 
@@ -18,8 +20,8 @@
 
 namespace qorcalc::expr {
 
-constexpr uint32_t kMsgCannotReduce = 1003;
-constexpr uint32_t kMsgMixedTypes = 1005;
+constexpr uint32_t kMsgCannotReduce = CALC_MSG_BAD_EXPRESSION;
+constexpr uint32_t kMsgMixedTypes = CALC_MSG_MIXED_TYPES;
 
 // The walk that chooses the steps of one tree, in children-before-parent
 // order, left to right, the condition of an IF before its branches; the

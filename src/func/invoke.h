@@ -2,6 +2,8 @@
 // is run on a call record.
 #pragma once
 
+#include <qorcalc/message_ids.h>
+
 #include <qorcalc/func.h>
 
 #include <cstdint>
@@ -9,8 +11,8 @@
 namespace qorcalc::func {
 
 // Message ids of failures inside a function, formatted with the call text.
-inline constexpr uint32_t kMsgWrongArgCount = 1003;
-inline constexpr uint32_t kMsgBadArgValue = 1004;
+inline constexpr uint32_t kMsgWrongArgCount = CALC_MSG_BAD_EXPRESSION;
+inline constexpr uint32_t kMsgBadArgValue = CALC_MSG_BAD_ARGUMENT;
 
 // "name(arg1, arg2)": the call text that messages about a call are
 // formatted with.

@@ -1,5 +1,6 @@
 // CFuncMnger: lookup, description, invocation and listing of the built-ins
 // and the host's catalogue items.
+#include <qorcalc/message_ids.h>
 #include <qorcalc/func.h>
 
 #include <qorcalc/api.h>
@@ -19,10 +20,9 @@ namespace {
 using namespace qorcalc::func;
 using qorcalc::detail::MessageText;
 using qorcalc::detail::TranslateText;
-using qorcalc::support::wcsicmp16;
 using qorcalc::support::wcsicmpAscii16;
 
-constexpr uint32_t kMsgUnknownFunction = 1000;
+constexpr uint32_t kMsgUnknownFunction = CALC_MSG_BAD_FUNCTION_NAME;
 
 // Host items are matched on their names ignoring the case of A..Z only, so
 // that the same names match under every locale: a Turkish one would otherwise
