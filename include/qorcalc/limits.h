@@ -34,6 +34,14 @@ constexpr int CALC_MAX_FORMULA_LENGTH = 2097152;
 // (1302).
 constexpr int CALC_MAX_NODES = 2097152;
 
+// Nodes and compiled-root records a thread keeps for reuse once its trees
+// are done with them.  A report row calculates a handful of formulas of a
+// few dozen nodes each; 1024 nodes (about 150 KB) hold them all, so the rows
+// after the first allocate next to nothing, while a thread that once
+// calculated a huge tree keeps no more than this of it.
+constexpr int CALC_MAX_KEPT_NODES = 1024;
+constexpr int CALC_MAX_KEPT_TREES = 64;
+
 // Brackets (groups and calls) nested in one formula.  Choosing the next step
 // walks from the root, so its cost grows with the square of the nesting;
 // 1024 levels stay fast and are far beyond hand-written formulas.  A deeper

@@ -23,6 +23,12 @@
 // or removed) is not freed but kept, marked dead and emptied, until the root
 // is deleted: a node pointer a host still holds stays safe to hand back, and
 // the calculator refuses it as stale.
+//
+// Recycling: the engine makes its nodes with Make and, once a tree is done
+// with one, keeps it for the next tree on the same thread (children storage
+// and short texts included) instead of freeing it.  Only nodes of exactly
+// this class are kept, and every kept node is an ordinary heap object, so a
+// host may still make nodes with new and delete any node it owns.
 #pragma once
 
 #include <qorcalc/buffer.h>
@@ -192,6 +198,10 @@ public:
     // Lets go of a node no parent holds any more, with its subtree: a node
     // of a compiled tree is kept dead by its tree, any other one is deleted.
     static void Discard(CCalcNode* node);
+    // A node of the engine's own: one let go of earlier on this thread when
+    // there is one, else a new one; as `new CCalcNode(parent, kind)` would be.
+    QORCALC_LOCAL static CCalcNode* Make(CCalcNode* parent, uint8_t kind = NodeEmpty);
+
     // 1 once the node's tree has let go of it.
     int IsDead() const { return m_bDead; }
     // The tree this node belongs to (null for a node of no compiled tree).
@@ -205,6 +215,9 @@ private:
     QORCALC_LOCAL void CollectDistinctTexts(CStringArray& texts, uint8_t kind);
     QORCALC_LOCAL const CString& CurrentNumberText();
     QORCALC_LOCAL static void DeleteChildren(std::vector<CCalcNode*>& children);
+    // Frees a childless node no parent holds, or keeps it for Make.
+    QORCALC_LOCAL static void Free(CCalcNode* node);
+    QORCALC_LOCAL void Reset(CCalcNode* parent, uint8_t kind);
 
     uint8_t m_kind;
     uint8_t m_op = OpNone;

@@ -169,7 +169,7 @@ int ConvertArguments(const ConvertSource& src, int& pos, CCalcNode* call, Conver
         if (pos > 0 && src.text[pos - 1] == u')') return 1;
         if (pos >= len) return Fail(error, kMsgBrackets, pos);
         if (!CountNode(error, pos)) return 0;
-        auto* arg = new CCalcNode(call, NodeArgument);
+        CCalcNode* arg = CCalcNode::Make(call, NodeArgument);
         arg->SetPosition(pos);
         call->Add(arg);
         if (!ConvertList(src, pos, arg, error, depth)) return 0;
@@ -193,7 +193,7 @@ int ConvertList(const ConvertSource& src, int& pos, CCalcNode* parent, ConvertEr
             return Fail(error, kMsgBadExpression, tok.start);
         }
         if (!CountNode(error, tok.start)) return 0;
-        auto node = std::make_unique<CCalcNode>(parent);
+        std::unique_ptr<CCalcNode> node(CCalcNode::Make(parent));
         node->SetPosition(tok.start);
         if (!MakeNode(tok, *node, error)) return 0;
         CCalcNode* added = node.release();

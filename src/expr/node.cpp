@@ -4,8 +4,10 @@
 
 #include <qorcalc/vek.h>
 
+#include <typeinfo>
 #include <utility>
 
+#include "expr/spares.h"
 #include "expr/tree.h"
 
 CCalcNode::CCalcNode(CCalcNode* parent, uint8_t kind)
@@ -17,33 +19,101 @@ CCalcNode::~CCalcNode() {
     CCalcTree* owned = m_pTree && m_pTree->Root() == this ? m_pTree : nullptr;
     if (owned) owned->Close();
     DeleteChildren(m_children);
-    delete owned;
+    CCalcTree::Free(owned);
 }
 
-// Lets go of whole subtrees without recursion: each node's children are
-// taken over before the node itself goes.
+namespace qorcalc::expr {
+
+CThreadSpares::~CThreadSpares() {
+    for (CCalcNode* node : nodes) delete node;
+    for (CCalcTree* tree : trees) delete tree;
+}
+
+namespace {
+// Trivially destructible, so it can still be read while the thread ends.
+thread_local bool t_sparesGone = false;
+
+struct CSparesOwner {
+    CThreadSpares spares;
+    ~CSparesOwner() { t_sparesGone = true; }
+};
+}  // namespace
+
+CThreadSpares* ThreadSpares() {
+    if (t_sparesGone) return nullptr;
+    thread_local CSparesOwner owner;
+    return &owner.spares;
+}
+
+}  // namespace qorcalc::expr
+
+CCalcNode* CCalcNode::Make(CCalcNode* parent, uint8_t kind) {
+    qorcalc::expr::CThreadSpares* spares = qorcalc::expr::ThreadSpares();
+    if (!spares || spares->nodes.empty()) return new CCalcNode(parent, kind);
+    CCalcNode* node = spares->nodes.back();
+    spares->nodes.pop_back();
+    node->Reset(parent, kind);
+    return node;
+}
+
+// As the constructor leaves a node; the children array and the text are
+// already empty, their storage kept.
+void CCalcNode::Reset(CCalcNode* parent, uint8_t kind) {
+    m_kind = kind;
+    m_op = OpNone;
+    m_position = 0;
+    m_pParent = parent;
+    m_valid = 1;
+    m_bDead = 0;
+    m_bAnswered = 0;
+    m_number = 0.0;
+    m_pTree = parent ? parent->m_pTree : nullptr;
+    if (m_pTree) m_pTree->CountNode();
+}
+
+void CCalcNode::Free(CCalcNode* node) {
+    using namespace qorcalc::expr;
+    CThreadSpares* spares = ThreadSpares();
+    // A host's own node class keeps its own behaviour: only plain nodes are reused.
+    if (!spares || spares->nodes.size() >= static_cast<size_t>(CALC_MAX_KEPT_NODES) ||
+        typeid(*node) != typeid(CCalcNode)) {
+        delete node;
+        return;
+    }
+    node->m_pTree = nullptr;
+    node->m_pParent = nullptr;
+    if (node->m_text.Str().capacity() > kMaxKeptText) node->m_text = CString();
+    node->m_text.Empty();
+    if (node->m_children.capacity() > kMaxKeptChildren) std::vector<CCalcNode*>().swap(node->m_children);
+    spares->nodes.push_back(node);
+}
+
+// Lets go of whole subtrees without recursion or allocation: the nodes still
+// to let go of are chained through their parent pointers, which mean nothing
+// once the parent itself is let go of.
 void CCalcNode::Discard(CCalcNode* node) {
-    if (!node) return;
-    std::vector<CCalcNode*> pending;
-    for (;;) {
-        pending.insert(pending.end(), node->m_children.begin(), node->m_children.end());
-        std::vector<CCalcNode*>().swap(node->m_children);
+    if (node) node->m_pParent = nullptr;
+    while (node) {
+        CCalcNode* next = node->m_pParent;
+        for (CCalcNode* child : node->m_children) {
+            child->m_pParent = next;
+            next = child;
+        }
+        node->m_children.clear();
+        node->m_pParent = nullptr;
         if (node->m_pTree && node->m_pTree->KeepsDead()) {
             node->m_pTree->Retire(node);
         } else {
-            delete node;
+            Free(node);
         }
-        if (pending.empty()) return;
-        node = pending.back();
-        pending.pop_back();
+        node = next;
     }
 }
 
-// The array ends empty with its storage released.
+// The array ends empty with its storage kept.
 void CCalcNode::DeleteChildren(std::vector<CCalcNode*>& children) {
-    std::vector<CCalcNode*> taken;
-    taken.swap(children);
-    for (CCalcNode* child : taken) Discard(child);
+    for (CCalcNode* child : children) Discard(child);
+    children.clear();
 }
 
 void CCalcNode::CopyValue(const CCalcNode& source) {
@@ -56,19 +126,20 @@ void CCalcNode::CopyValue(const CCalcNode& source) {
 }
 
 CCalcNode* CCalcNode::Clone() {
-    auto* copy = new CCalcNode(nullptr);
+    CCalcNode* copy = Make(nullptr);
     copy->CopyValue(*this);
     // Pairs of (original, copy) whose children are still to be copied.
-    std::vector<std::pair<const CCalcNode*, CCalcNode*>> pending{{this, copy}};
-    while (!pending.empty()) {
-        auto [from, to] = pending.back();
-        pending.pop_back();
+    qorcalc::expr::CBorrowedStack pending(&qorcalc::expr::CThreadSpares::pairStack);
+    pending->emplace_back(this, copy);
+    while (!pending->empty()) {
+        auto [from, to] = pending->back();
+        pending->pop_back();
         to->m_children.reserve(from->m_children.size());
         for (const CCalcNode* child : from->m_children) {
-            auto* childCopy = new CCalcNode(to);
+            CCalcNode* childCopy = Make(to);
             childCopy->CopyValue(*child);
             to->m_children.push_back(childCopy);
-            pending.emplace_back(child, childCopy);
+            pending->emplace_back(child, childCopy);
         }
     }
     return copy;

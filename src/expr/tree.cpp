@@ -2,30 +2,65 @@
 // walk and the failure that ended the calculation.
 #include "expr/tree.h"
 
-CCalcTree::~CCalcTree() {
-    for (CCalcNode* node : m_dead) {
-        node->m_pTree = nullptr;
-        delete node;
+#include "expr/spares.h"
+
+CCalcTree::~CCalcTree() { FreeDead(); }
+
+void CCalcTree::FreeDead() {
+    for (CCalcNode* node : m_dead) CCalcNode::Free(node);
+    m_dead.clear();
+}
+
+void CCalcTree::Free(CCalcTree* tree) {
+    if (!tree) return;
+    tree->FreeDead();
+    qorcalc::expr::CThreadSpares* spares = qorcalc::expr::ThreadSpares();
+    if (!spares || spares->trees.size() >= static_cast<size_t>(CALC_MAX_KEPT_TREES) ||
+        tree->m_dead.capacity() > static_cast<size_t>(CALC_MAX_KEPT_NODES)) {
+        delete tree;
+        return;
     }
+    spares->trees.push_back(tree);
 }
 
 CCalcTree* CCalcTree::Of(CCalcNode* root) {
     if (!root) return nullptr;
     if (root->m_pTree) return root->m_pTree->Root() == root ? root->m_pTree : nullptr;
     if (root->GetParent()) return nullptr;
-    auto* tree = new CCalcTree(root);
+    qorcalc::expr::CThreadSpares* spares = qorcalc::expr::ThreadSpares();
+    CCalcTree* tree = nullptr;
+    if (spares && !spares->trees.empty()) {
+        tree = spares->trees.back();
+        spares->trees.pop_back();
+        tree->Reset(root);
+    } else {
+        tree = new CCalcTree(root);
+    }
     Adopt(root, tree);
     return tree;
 }
 
+// As a new tree of `root`, the storage of the dead list and the walk kept.
+void CCalcTree::Reset(CCalcNode* root) {
+    m_pRoot = root;
+    m_nNodes = 0;
+    m_bKeepDead = true;
+    m_walk.Restart();
+    m_bTypesChecked = false;
+    m_bFailed = false;
+    m_nFailureId = 0;
+    m_strFailure.Empty();
+}
+
 void CCalcTree::Adopt(CCalcNode* node, CCalcTree* tree) {
-    std::vector<CCalcNode*> pending{node};
-    while (!pending.empty()) {
-        CCalcNode* n = pending.back();
-        pending.pop_back();
+    qorcalc::expr::CBorrowedStack pending(&qorcalc::expr::CThreadSpares::stack);
+    pending->push_back(node);
+    while (!pending->empty()) {
+        CCalcNode* n = pending->back();
+        pending->pop_back();
         n->m_pTree = tree;
         if (tree) tree->CountNode();
-        pending.insert(pending.end(), n->m_children.begin(), n->m_children.end());
+        pending->insert(pending->end(), n->m_children.begin(), n->m_children.end());
     }
 }
 

@@ -22,6 +22,10 @@
 
 #include "expr/evaluate.h"
 
+namespace qorcalc::expr {
+struct CThreadSpares;
+}
+
 class CCalcTree {
 public:
     CCalcTree(const CCalcTree&) = delete;
@@ -33,6 +37,9 @@ public:
     static CCalcTree* Of(CCalcNode* root);
     // Makes `node` and its subtree belong to `tree` (null: to no tree).
     static void Adopt(CCalcNode* node, CCalcTree* tree);
+    // Frees the dead nodes of a tree whose root is gone, and the tree itself,
+    // or keeps it, emptied, for the next root of this thread (null: nothing).
+    static void Free(CCalcTree* tree);
 
     CCalcNode* Root() const { return m_pRoot; }
     // Nodes made for this tree since its root was compiled, dead ones
@@ -64,8 +71,11 @@ public:
 
 private:
     friend class CCalcNode;
+    friend struct qorcalc::expr::CThreadSpares;
     explicit CCalcTree(CCalcNode* root) : m_pRoot(root) {}
     ~CCalcTree();
+    void FreeDead();
+    void Reset(CCalcNode* root);
     // Called by the root's destructor: from here on nodes are freed at once.
     void Close() { m_bKeepDead = false; }
 
