@@ -198,6 +198,10 @@ public:
     // Lets go of a node no parent holds any more, with its subtree: a node
     // of a compiled tree is kept dead by its tree, any other one is deleted.
     static void Discard(CCalcNode* node);
+    // The argument texts of a call as its function receives them: unquoted.
+    enum ENUM_ARGUMENTS { ArgumentsQuoted, ArgumentsRaw, ArgumentsUnquoted };
+    QORCALC_LOCAL void WriteArguments(CStringArray& args, int form);
+
     // A node of the engine's own: one let go of earlier on this thread when
     // there is one, else a new one; as `new CCalcNode(parent, kind)` would be.
     QORCALC_LOCAL static CCalcNode* Make(CCalcNode* parent, uint8_t kind = NodeEmpty);

@@ -7,6 +7,7 @@
 #include <qorcalc/utility.h>
 #include <qorcalc/vek.h>
 
+#include <algorithm>
 #include <memory>
 #include <new>
 
@@ -22,6 +23,8 @@ namespace {
 
 constexpr int kGoOn = -2;
 constexpr int kWriteCapacity = 512;
+// Characters of a text the spare call record keeps between calls.
+constexpr size_t kMaxKeptText = 64;
 
 // A builder that stops at a limit: a tree written back is a text like any
 // other, and one written back for re-conversion is a formula as well.
@@ -210,23 +213,28 @@ int CCalc::SetTermValue(CCalcNode* root, CCalcNode* term, const CString& valueTe
     return 0;
 }
 
-int CCalc::CallFunction(CCalcNode* root, CCalcNode* call, CString& out, int bCheck) {
-    CFuncPara para;
-    para.m_pHostData = m_pHostData;
+// The call handed to the host as it stands in the tree: quoted arguments.
+int CCalc::AskHost(CCalcNode* call, CFuncPara& para, CString& out) {
     call->GetFunctionCall(para.m_strFuncName, para.m_arrParas, 0);
+    JoinCall(out, para);
+    return CALC_NEED_FUNCTION;
+}
+
+int CCalc::CallFunction(CCalcNode* root, CCalcNode* call, CString& out, int bCheck) {
     CFuncMnger* mnger = GetFuncMnger();
     if (!mnger) return CALC_ERROR;
-    if (mnger->Find(para.m_strFuncName) == -1) {
-        JoinCall(out, para);
-        return CALC_NEED_FUNCTION;
-    }
-    // Always by name: the manager resolves it again with the record's name.
-    switch (mnger->Call(para, bCheck, -1)) {
+    CParaLease lease(*this);
+    CFuncPara& para = lease.Para();
+    para.m_pHostData = m_pHostData;
+    para.m_strFuncName = call->RawText();
+    const int index = mnger->Find(para.m_strFuncName);
+    if (index == -1) return AskHost(call, para, out);
+    call->WriteArguments(para.m_arrParas, CCalcNode::ArgumentsUnquoted);
+    switch (mnger->Call(para, bCheck, index)) {
         case 1:
             return SetTermValue(root, call, para.m_strResult) ? kGoOn : CALC_ERROR;
         case -1:
-            JoinCall(out, para);
-            return CALC_NEED_FUNCTION;
+            return AskHost(call, para, out);
         case -2:
             return CALC_REFUSED;
         default:
@@ -235,6 +243,22 @@ int CCalc::CallFunction(CCalcNode* root, CCalcNode* call, CString& out, int bChe
             CVek::Error(detail::MessageText(kMsgFunctionFailed));
             return CALC_ERROR;
     }
+}
+
+// The calculator's own call record while nobody else uses it (a host
+// function may calculate with the same calculator), else a fresh one.
+CCalc::CParaLease::CParaLease(CCalc& calc) : m_calc(calc), m_pPara(std::move(calc.m_pSparePara)) {
+    if (!m_pPara) m_pPara = std::make_unique<CFuncPara>();
+}
+
+// A text too long to keep is let go of rather than kept with the record.
+CCalc::CParaLease::~CParaLease() {
+    if (m_calc.m_pSparePara) return;
+    auto tooLong = [](const CString& text) { return text.Str().capacity() > kMaxKeptText; };
+    if (tooLong(m_pPara->m_strResult) || tooLong(m_pPara->m_strFuncName) ||
+        std::any_of(m_pPara->m_arrParas.begin(), m_pPara->m_arrParas.end(), tooLong))
+        return;
+    m_calc.m_pSparePara = std::move(m_pPara);
 }
 
 int CCalc::Calculate(CCalcNode* root, CString& out, CCalcNode*& pending, int bCheck, uint8_t format) {

@@ -14,7 +14,10 @@
 #include <qorcalc/message_ids.h>
 
 #include <qorcalc/calc.h>
+#include <qorcalc/func.h>
 #include <qorcalc/node.h>
+
+#include <memory>
 
 namespace qorcalc::calc {
 
@@ -49,10 +52,27 @@ private:
     void RepeatFailure(const CCalcTree& tree);
     // One function step of Calculate; returns a result code, or -2 to go on.
     int CallFunction(CCalcNode* root, CCalcNode* call, CString& out, int bCheck);
+    int AskHost(CCalcNode* call, CFuncPara& para, CString& out);
+
+    // The call record of one function step, kept between steps so that
+    // a call allocates nothing for its arguments once it has run before.
+    class CParaLease {
+    public:
+        explicit CParaLease(CCalc& calc);
+        ~CParaLease();
+        CParaLease(const CParaLease&) = delete;
+        CParaLease& operator=(const CParaLease&) = delete;
+        CFuncPara& Para() { return *m_pPara; }
+
+    private:
+        CCalc& m_calc;
+        std::unique_ptr<CFuncPara> m_pPara;
+    };
 
     void* m_pHostData;
     int m_bOwnsMnger = 0;
     CFuncMnger* m_pFuncMnger;
+    std::unique_ptr<CFuncPara> m_pSparePara;
 };
 
 }  // namespace qorcalc::calc

@@ -4,6 +4,8 @@
 // costs time linear in its length.
 #include "expr/evaluate.h"
 
+#include "support/thread_spare.h"
+
 #include <qorcalc/api.h>
 #include <qorcalc/limits.h>
 #include <qorcalc/message_ids.h>
@@ -183,38 +185,6 @@ void FormatError(CCalcNode* node, uint32_t errorCode, CString& errorText) {
     errorText = qorcalc::detail::FormatMessage(errorCode, formula);
 }
 
-// The operands and operators between two logical operators, or one logical
-// operator (op set, no nodes).
-struct Segment {
-    uint8_t op = OpNone;
-    std::vector<CCalcNode*> nodes;
-};
-
-void DeleteNodes(std::vector<CCalcNode*>& nodes) {
-    for (CCalcNode* n : nodes) CCalcNode::Discard(n);
-    nodes.clear();
-}
-
-std::vector<Segment> SplitSegments(std::vector<CCalcNode*>& children) {
-    std::vector<Segment> segments;
-    Segment operand;
-    for (CCalcNode* child : children) {
-        if (!child->IsLogicOperator()) {
-            operand.nodes.push_back(child);
-            continue;
-        }
-        if (!operand.nodes.empty()) segments.push_back(std::move(operand));
-        operand = Segment();
-        Segment logical;
-        logical.op = child->GetOp();
-        segments.push_back(std::move(logical));
-        CCalcNode::Discard(child);
-    }
-    if (!operand.nodes.empty()) segments.push_back(std::move(operand));
-    children.clear();
-    return segments;
-}
-
 // Reduces the operand segment moved back into `node` to its value.
 bool ReduceSegment(CCalcNode* node, uint8_t format, uint32_t& errorCode) {
     while (node->GetCount() > 0) {
@@ -227,40 +197,52 @@ bool ReduceSegment(CCalcNode* node, uint8_t format, uint32_t& errorCode) {
 // meets a true value so far ends the list as true.  A "!" inverts the next
 // operand (or, when none follows, the result).
 int EvaluateLogic(CCalcNode* node, uint8_t format, uint32_t& errorCode, CString& errorText) {
-    std::vector<Segment> segments = SplitSegments(node->Children());
-    // A segment's value is folded into the node itself, which then holds
-    // that value (and its kind) while the next segment is reduced in it; a
-    // later segment that fails is reported with the node's text as it then
-    // stands.
+    // The list is taken out of the node; each segment of operands between
+    // two logical operators is moved back and folded into the node itself,
+    // which then holds that value (and its kind) while the next segment is
+    // reduced in it.  A later segment that fails is reported with the
+    // node's text as it then stands, and stays in the node.
+    support::CThreadSpare<std::vector<CCalcNode*>> taken;
+    taken->swap(node->Children());
+    const std::vector<CCalcNode*>& all = *taken;
     int acc = 0;
     bool pendingNot = false;
     uint8_t last = OpNone;
     int ok = 1;
-    for (Segment& segment : segments) {
-        if (segment.op == OpNone) {
-            node->Children().swap(segment.nodes);
-            if (!ReduceSegment(node, format, errorCode)) {
-                FormatError(node, errorCode, errorText);
-                ok = 0;
-                break;
+    size_t i = 0;
+    while (i < all.size()) {
+        if (all[i]->IsLogicOperator()) {
+            const uint8_t op = all[i]->GetOp();
+            CCalcNode::Discard(all[i++]);
+            if (op == OpNot) {
+                pendingNot = true;
+                continue;
             }
-            bool truth = node->GetNumber() != 0;
-            if (pendingNot) truth = !truth;
-            pendingNot = false;
-            if (last == OpAnd) {
-                if (!truth) acc = 0;
-            } else {
-                acc = truth;
-            }
-            last = OpNone;
-        } else if (segment.op == OpNot) {
-            pendingNot = true;
-        } else {
-            last = segment.op;
+            last = op;
             if (last == OpOr && acc) break;
+            continue;
         }
+        const size_t end = static_cast<size_t>(
+            std::find_if(all.begin() + static_cast<std::ptrdiff_t>(i), all.end(),
+                         [](CCalcNode* n) { return n->IsLogicOperator(); }) - all.begin());
+        node->Children().assign(all.begin() + static_cast<std::ptrdiff_t>(i), all.begin() + static_cast<std::ptrdiff_t>(end));
+        i = end;
+        if (!ReduceSegment(node, format, errorCode)) {
+            FormatError(node, errorCode, errorText);
+            ok = 0;
+            break;
+        }
+        bool truth = node->GetNumber() != 0;
+        if (pendingNot) truth = !truth;
+        pendingNot = false;
+        if (last == OpAnd) {
+            if (!truth) acc = 0;
+        } else {
+            acc = truth;
+        }
+        last = OpNone;
     }
-    for (Segment& segment : segments) DeleteNodes(segment.nodes);
+    for (; i < all.size(); ++i) CCalcNode::Discard(all[i]);
     if (!ok) return 0;
     node->RemoveAll();
     node->SetKind(NodeNumber);

@@ -2,12 +2,14 @@
 // walk keeps its own stack, so no tree is too deep to delete, copy or visit.
 #include <qorcalc/node.h>
 
+#include <qorcalc/utility.h>
 #include <qorcalc/vek.h>
 
 #include <typeinfo>
 #include <utility>
 
 #include "expr/spares.h"
+#include "support/thread_spare.h"
 #include "expr/tree.h"
 
 CCalcNode::CCalcNode(CCalcNode* parent, uint8_t kind)
@@ -129,7 +131,7 @@ CCalcNode* CCalcNode::Clone() {
     CCalcNode* copy = Make(nullptr);
     copy->CopyValue(*this);
     // Pairs of (original, copy) whose children are still to be copied.
-    qorcalc::expr::CBorrowedStack pending(&qorcalc::expr::CThreadSpares::pairStack);
+    qorcalc::support::CThreadSpare<std::vector<std::pair<const CCalcNode*, CCalcNode*>>> pending;
     pending->emplace_back(this, copy);
     while (!pending->empty()) {
         auto [from, to] = pending->back();
@@ -207,18 +209,30 @@ void CCalcNode::GetNames(CStringArray& names) { CollectDistinctTexts(names, Node
 int CCalcNode::GetFunctionCall(CString& name, CStringArray& args, int raw) {
     if (m_kind != NodeFunction) return 0;
     name = m_text;
-    args.RemoveAll();
-    if (m_children.empty()) return 1;
-    const CCalcNode* first = m_children.front();
-    if (m_children.size() == 1 && first->m_kind == NodeArgument && first->m_children.empty()) return 1;
-    for (CCalcNode* child : m_children) {
-        CCalcNode* value = child;
-        if (child->m_kind == NodeArgument && !child->m_children.empty()) value = child->m_children.front();
-        CString text;
-        value->GetText(text, !raw);
-        args.Add(text);
-    }
+    WriteArguments(args, raw ? ArgumentsRaw : ArgumentsQuoted);
     return 1;
+}
+
+// Each argument's text is written into the array's own strings, so a record
+// used call after call keeps their storage.  The value of an argument is its
+// first child; a call whose one argument is empty has none.
+void CCalcNode::WriteArguments(CStringArray& args, int form) {
+    const CCalcNode* first = m_children.empty() ? nullptr : m_children.front();
+    if (!first || (m_children.size() == 1 && first->m_kind == NodeArgument && first->m_children.empty())) {
+        args.RemoveAll();
+        return;
+    }
+    args.SetSize(static_cast<int>(m_children.size()));
+    for (size_t i = 0; i < m_children.size(); ++i) {
+        CCalcNode* value = m_children[i];
+        if (value->m_kind == NodeArgument && !value->m_children.empty()) value = value->m_children.front();
+        CString& text = args.ElementAt(static_cast<int>(i));
+        value->GetText(text, form == ArgumentsQuoted);
+        // Unquoting the quoted text would strip the quotes GetText adds and
+        // then whatever pairs the value itself begins and ends with: the
+        // same as unquoting the value.
+        if (form == ArgumentsUnquoted) CUtilityCalc::Dettach_Quotes(text, nullptr);
+    }
 }
 
 int CCalcNode::HasLogicOrCompare() {

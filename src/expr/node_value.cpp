@@ -26,7 +26,11 @@ void CCalcNode::GetText(CString& out, int quote) {
     } else if (m_kind == NodeString && quote) {
         // No escaping: a text holding both quote characters is written as it is.
         const char16_t q = m_text.Find(kApostrophe) >= 0 ? kDoubleQuote : kApostrophe;
-        out.Format(u"%c%s%c", q, m_text, q);
+        std::u16string& quoted = out.Str();
+        quoted.assign(1, q);
+        // Up to a NUL character, as every C-string reader of the text stops.
+        quoted += std::u16string_view(m_text.GetString());
+        quoted += q;
     } else {
         out = m_text;
     }

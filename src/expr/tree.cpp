@@ -3,6 +3,7 @@
 #include "expr/tree.h"
 
 #include "expr/spares.h"
+#include "support/thread_spare.h"
 
 CCalcTree::~CCalcTree() { FreeDead(); }
 
@@ -53,7 +54,7 @@ void CCalcTree::Reset(CCalcNode* root) {
 }
 
 void CCalcTree::Adopt(CCalcNode* node, CCalcTree* tree) {
-    qorcalc::expr::CBorrowedStack pending(&qorcalc::expr::CThreadSpares::stack);
+    qorcalc::support::CThreadSpare<std::vector<CCalcNode*>> pending;
     pending->push_back(node);
     while (!pending->empty()) {
         CCalcNode* n = pending->back();

@@ -1,0 +1,74 @@
+// Scratch storage a thread keeps between uses, so that the hot paths of a
+// calculation (the walks' stacks, the copy of a call's arguments) allocate
+// nothing once the thread has run them before.
+//
+// CThreadSpare<T> lends the thread's one spare T to one user at a time; a
+// user that finds it lent (a host function calling back into the engine)
+// gets a T of its own instead.  When a user is done, `Tidy` readies the
+// spare for the next one and says whether its storage is worth keeping (the
+// spare is reset when not); while the thread ends, after its spare is gone,
+// every user gets a T of its own.
+#pragma once
+
+#include <cstddef>
+
+namespace qorcalc::support {
+
+// Elements of a spare vector that are worth keeping: about a page.
+inline constexpr size_t kMaxSpareElements = 4096;
+
+// The default tidying: a container left empty, its storage kept up to
+// kMaxSpareElements elements.
+struct CEmptied {
+    template <class Items>
+    bool operator()(Items& items) const {
+        items.clear();
+        return items.capacity() <= kMaxSpareElements;
+    }
+};
+
+template <class T, class Tidy = CEmptied>
+class CThreadSpare {
+public:
+    CThreadSpare() {
+        if (Slot* slot = TheSlot(); slot && !slot->lent) {
+            m_pSlot = slot;
+            slot->lent = true;
+        }
+    }
+    ~CThreadSpare() {
+        if (!m_pSlot) return;
+        if (!Tidy()(m_pSlot->value)) m_pSlot->value = T();
+        m_pSlot->lent = false;
+    }
+    CThreadSpare(const CThreadSpare&) = delete;
+    CThreadSpare& operator=(const CThreadSpare&) = delete;
+
+    T& operator*() { return m_pSlot ? m_pSlot->value : m_own; }
+    T* operator->() { return &**this; }
+
+private:
+    struct Slot {
+        T value;
+        bool lent = false;
+    };
+    struct Owner {
+        Slot slot;
+        ~Owner() { Gone() = true; }
+    };
+    // Trivially destructible, so it can still be read while the thread ends.
+    static bool& Gone() {
+        thread_local bool gone = false;
+        return gone;
+    }
+    static Slot* TheSlot() {
+        if (Gone()) return nullptr;
+        thread_local Owner owner;
+        return &owner.slot;
+    }
+
+    Slot* m_pSlot = nullptr;
+    T m_own;
+};
+
+}  // namespace qorcalc::support
