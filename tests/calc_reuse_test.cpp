@@ -1,0 +1,137 @@
+// What the calculator keeps between calculations for speed must never show:
+// arguments reach functions and hosts exactly as written in the tree, a
+// host's own node class keeps its behaviour and is deleted, and trees
+// deleted while a thread ends are freed safely.
+#include <qorcalc/qorcalc.h>
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <thread>
+
+#include "test_provider.h"
+
+namespace {
+
+struct Calculation {
+    int code;
+    std::string out;  // the request, or the result
+};
+
+// Calculates `formula`, answering its one name with a text node holding
+// `text` exactly as given, quote characters included.
+Calculation WithText(ICalc& calc, const char16_t* formula, const char16_t* text) {
+    int pos = -1;
+    std::unique_ptr<CCalcNode> root(calc.Compile(formula, &pos));
+    if (!root) return {CALC_ERROR, "compile failed"};
+    CString out;
+    CCalcNode* pending = nullptr;
+    int code = calc.Calculate(root.get(), out, pending, 0, 0);
+    if (code == CALC_NEED_NAME) {
+        calc.SetTermValue(root.get(), pending, CString(u"'-'"));
+        pending->AssignText(CString(text));
+        code = calc.Calculate(root.get(), out, pending, 0, 0);
+    }
+    if (code == CALC_DONE) root->GetText(out, 0);
+    return {code, out.ToUtf8()};
+}
+
+TEST(CalcReuse, TextsWithQuotesReachFunctionsAndHostsAsWritten) {
+    TestProvider provider;
+    std::unique_ptr<ICalc> calc(NewCalc(nullptr, nullptr));
+    const struct {
+        const char16_t* formula;
+        const char16_t* text;
+        Calculation want;
+    } cases[] = {
+        // A built-in receives the text with every pair of like quotes
+        // around it removed.
+        {u"len(s)", u"abc", {CALC_DONE, "3"}},
+        {u"len(s)", u"'abc'", {CALC_DONE, "3"}},
+        {u"len(s)", u"\"'abc'\"", {CALC_DONE, "3"}},
+        {u"len(s)", u"'ab", {CALC_DONE, "3"}},
+        {u"len(s)", u"''", {CALC_DONE, "0"}},
+        {u"toUpperCase(s)", u"'it''s'", {CALC_DONE, "IT''S"}},
+        // A host's function sees each argument quoted as the tree writes it.
+        {u"custom(s, 2)", u"abc", {CALC_NEED_FUNCTION, "custom\r\n'abc'\r\n2"}},
+        {u"custom(s)", u"'abc'", {CALC_NEED_FUNCTION, "custom\r\n\"'abc'\""}},
+        {u"custom(s)", u"it's", {CALC_NEED_FUNCTION, "custom\r\n\"it's\""}},
+        {u"custom(s)", u"", {CALC_NEED_FUNCTION, "custom\r\n''"}},
+    };
+    // Twice: the second round runs on the records kept from the first.
+    for (int round = 0; round < 2; ++round) {
+        for (const auto& c : cases) {
+            const Calculation got = WithText(*calc, c.formula, c.text);
+            EXPECT_EQ(got.code, c.want.code) << CString(c.formula).ToUtf8() << " with " << CString(c.text).ToUtf8();
+            EXPECT_EQ(got.out, c.want.out) << CString(c.formula).ToUtf8() << " with " << CString(c.text).ToUtf8();
+        }
+    }
+}
+
+// A node class of the host's own: it reads every number as 7.
+int g_ownNodesDeleted = 0;
+class SevenNode : public CCalcNode {
+public:
+    using CCalcNode::CCalcNode;
+    ~SevenNode() override { ++g_ownNodesDeleted; }
+    double GetNumber() override { return 7; }
+};
+
+std::string Result(ICalc& calc, CCalcNode* root) {
+    CString out;
+    CCalcNode* pending = nullptr;
+    if (calc.Calculate(root, out, pending, 0, 0) != CALC_DONE) return "failed: " + CString(GetLastErrorText()).ToUtf8();
+    root->GetText(out, 0);
+    return out.ToUtf8();
+}
+
+TEST(CalcReuse, AHostsOwnNodesAreDeletedNotReused) {
+    TestProvider provider;
+    std::unique_ptr<ICalc> calc(NewCalc(nullptr, nullptr));
+    g_ownNodesDeleted = 0;
+    for (int round = 0; round < 3; ++round) {
+        int pos = -1;
+        std::unique_ptr<CCalcNode> root(calc->Compile(u"1+", &pos));
+        ASSERT_FALSE(root);
+        root.reset(calc->Compile(u"abs(1)+2", &pos));
+        ASSERT_TRUE(root);
+        // Replaces the 2 by a node of the host's class.
+        root->RemoveAt(2);
+        auto* own = new SevenNode(root.get(), NodeNumber);
+        own->SetNumber(2, 0);
+        root->Add(own);
+        EXPECT_EQ(Result(*calc, root.get()), "8");
+        root.reset();
+        EXPECT_EQ(g_ownNodesDeleted, round + 1);
+        // Nodes made after it are plain ones.
+        root.reset(calc->Compile(u"abs(1)+2", &pos));
+        EXPECT_EQ(Result(*calc, root.get()), "3");
+    }
+}
+
+// Roots kept in thread-local storage are deleted while their thread ends,
+// before or after what the engine keeps for the thread.
+thread_local std::unique_ptr<CCalcNode> t_before;
+thread_local std::unique_ptr<CCalcNode> t_after;
+
+TEST(CalcReuse, TreesDeletedWhileTheirThreadEndsAreFreed) {
+    TestProvider provider;
+    std::string results;
+    std::thread worker([&results] {
+        std::unique_ptr<ICalc> calc(NewCalc(nullptr, nullptr));
+        int pos = -1;
+        t_before.reset(calc->Compile(u"1+2*3", &pos));
+        results += Result(*calc, t_before.get());
+        for (int i = 0; i < 3; ++i) {
+            std::unique_ptr<CCalcNode> root(calc->Compile(u"max(1, 2) + (3)", &pos));
+            results += " " + Result(*calc, root.get());
+        }
+        t_after.reset(calc->Compile(u"if(1 > 0 && 2 > 1, 4, 5)", &pos));
+        results += " " + Result(*calc, t_after.get());
+    });
+    worker.join();
+    EXPECT_EQ(results, "7 5 5 5 4");
+}
+
+}  // namespace
