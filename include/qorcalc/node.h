@@ -189,6 +189,8 @@ public:
     const CString& RawText() const { return m_text; }
     // Sets the text exactly as given (no quote removal), mask 2.
     void AssignText(const CString& text);
+    // AssignText taking the text's storage; `text` is left with the old one.
+    QORCALC_LOCAL void TakeText(CString& text);
 
     // The children array, for the evaluator's in-place list rewriting.
     // Whoever edits it keeps the ownership invariant, and lets go of a node

@@ -162,6 +162,11 @@ void CCalc::RepeatFailure(const CCalcTree& tree) {
 }
 
 int CCalc::SetTermValue(CCalcNode* root, CCalcNode* term, const CString& valueText) {
+    CString value = valueText;
+    return AnswerTerm(root, term, value);
+}
+
+int CCalc::AnswerTerm(CCalcNode* root, CCalcNode* term, CString& value) {
     CCalcTree* tree = CCalcTree::Of(root);
     if (!tree) return Refuse(nullptr, CString());
     if (tree->Failed()) {
@@ -176,16 +181,15 @@ int CCalc::SetTermValue(CCalcNode* root, CCalcNode* term, const CString& valueTe
     // change to the tree has it start again from the root.
     if (!asked) walk.Restart();
     tree->MarkAnswered(term);
-    CString unquoted = valueText;
     bool reconvert = false;
-    if (CUtilityCalc::Dettach_Quotes(unquoted, nullptr) || valueText.IsEmpty()) {
-        term->AssignText(unquoted);
+    if (CUtilityCalc::Dettach_Quotes(value, nullptr) || value.IsEmpty()) {
+        term->TakeText(value);
         term->SetKind(NodeString);
-    } else if (CUtilityCalc::IsPureNumber(valueText, 1)) {
-        term->SetLiteral(valueText);
+    } else if (CUtilityCalc::IsPureNumber(value, 1)) {
+        term->SetLiteral(value);
     } else {
         // Anything else is a formula of the host's own, converted in place.
-        term->AssignText(valueText);
+        term->TakeText(value);
         term->SetKind(NodeName);
         reconvert = true;
     }
@@ -232,7 +236,7 @@ int CCalc::CallFunction(CCalcNode* root, CCalcNode* call, CString& out, int bChe
     call->WriteArguments(para.m_arrParas, CCalcNode::ArgumentsUnquoted);
     switch (mnger->Call(para, bCheck, index)) {
         case 1:
-            return SetTermValue(root, call, para.m_strResult) ? kGoOn : CALC_ERROR;
+            return AnswerTerm(root, call, para.m_strResult) ? kGoOn : CALC_ERROR;
         case -1:
             return AskHost(call, para, out);
         case -2:

@@ -65,6 +65,11 @@ void CCalcNode::AssignText(const CString& text) {
     m_valid = 2;
 }
 
+void CCalcNode::TakeText(CString& text) {
+    m_text.Str().swap(text.Str());
+    m_valid = 2;
+}
+
 double CCalcNode::GetNumber() {
     if (!(m_valid & 1)) {
         m_number = CUtilityCalc::Str2Double(m_text);

@@ -126,7 +126,7 @@ int CFuncMnger::GetFuncInfo(const char16_t* name, CFuncItem& out) {
 
 int CFuncMnger::Call(CFuncPara& para, int bCheck, int index) {
     return qorcalc::detail::Guarded(u"CFuncMnger::Call", static_cast<int>(CALL_FAILED), [&]() -> int {
-        const CString name = para.m_strFuncName;
+        const CString& name = para.m_strFuncName;  // read only before the function runs
         para.m_strResult.Empty();
         para.m_hHostWnd = m_hHostWnd;
         para.m_nHostMsg = m_nHostMsg;

@@ -31,8 +31,12 @@ bool IsValidUtf8(std::string_view text) {
 
 namespace detail {
 
+// Both conversions write into room made for the longest result (a UTF-8
+// byte gives at most one UTF-16 unit, a UTF-16 unit at most three bytes)
+// and then cut the string to what was written: no growth check per unit.
 void Utf8ToUtf16(std::string_view utf8, std::u16string& out) {
-    out.clear();
+    out.resize(utf8.size());
+    char16_t* o = out.data();
     const auto* p = reinterpret_cast<const unsigned char*>(utf8.data());
     const auto* end = p + utf8.size();
     while (p < end) {
@@ -42,16 +46,18 @@ void Utf8ToUtf16(std::string_view utf8, std::u16string& out) {
         for (; more > 0 && p < end; --more) cp = cp << 6 | (*p++ & 0x3F);
         if (cp >= 0x10000) {
             cp -= 0x10000;
-            out += static_cast<char16_t>(0xD800 + (cp >> 10));
-            out += static_cast<char16_t>(0xDC00 + (cp & 0x3FF));
+            *o++ = static_cast<char16_t>(0xD800 + (cp >> 10));
+            *o++ = static_cast<char16_t>(0xDC00 + (cp & 0x3FF));
         } else {
-            out += static_cast<char16_t>(cp);
+            *o++ = static_cast<char16_t>(cp);
         }
     }
+    out.resize(static_cast<size_t>(o - out.data()));
 }
 
 void Utf16ToUtf8(std::u16string_view text, std::string& out) {
-    out.clear();
+    out.resize(text.size() * 3);
+    char* o = out.data();
     for (size_t i = 0; i < text.size(); ++i) {
         uint32_t cp = text[i];
         if (cp >= 0xD800 && cp <= 0xDBFF && i + 1 < text.size() && text[i + 1] >= 0xDC00 && text[i + 1] <= 0xDFFF) {
@@ -60,21 +66,22 @@ void Utf16ToUtf8(std::u16string_view text, std::string& out) {
             cp = 0xFFFD;
         }
         if (cp < 0x80) {
-            out += static_cast<char>(cp);
+            *o++ = static_cast<char>(cp);
         } else if (cp < 0x800) {
-            out += static_cast<char>(0xC0 | cp >> 6);
-            out += static_cast<char>(0x80 | (cp & 0x3F));
+            *o++ = static_cast<char>(0xC0 | cp >> 6);
+            *o++ = static_cast<char>(0x80 | (cp & 0x3F));
         } else if (cp < 0x10000) {
-            out += static_cast<char>(0xE0 | cp >> 12);
-            out += static_cast<char>(0x80 | (cp >> 6 & 0x3F));
-            out += static_cast<char>(0x80 | (cp & 0x3F));
+            *o++ = static_cast<char>(0xE0 | cp >> 12);
+            *o++ = static_cast<char>(0x80 | (cp >> 6 & 0x3F));
+            *o++ = static_cast<char>(0x80 | (cp & 0x3F));
         } else {
-            out += static_cast<char>(0xF0 | cp >> 18);
-            out += static_cast<char>(0x80 | (cp >> 12 & 0x3F));
-            out += static_cast<char>(0x80 | (cp >> 6 & 0x3F));
-            out += static_cast<char>(0x80 | (cp & 0x3F));
+            *o++ = static_cast<char>(0xF0 | cp >> 18);
+            *o++ = static_cast<char>(0x80 | (cp >> 12 & 0x3F));
+            *o++ = static_cast<char>(0x80 | (cp >> 6 & 0x3F));
+            *o++ = static_cast<char>(0x80 | (cp & 0x3F));
         }
     }
+    out.resize(static_cast<size_t>(o - out.data()));
 }
 
 std::string ToUtf8(std::u16string_view text) {

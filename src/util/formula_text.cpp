@@ -63,7 +63,12 @@ char16_t CUtilityCalc::Dettach_Quotes(CString& text, uint8_t* kind) {
         ++first;
         --last;
     }
-    if (removed) text = CString(s.substr(first, last - first));
+    if (removed) {
+        // In place: the text only loses characters at both ends.
+        std::u16string& t = text.Str();
+        t.erase(last);
+        t.erase(0, first);
+    }
     if (!kind) return removed;
 
     if (text.IsEmpty()) {
@@ -88,7 +93,8 @@ void CUtilityCalc::Attach_Quotes(CString& text) {
     if (!text.IsEmpty()) Dettach_Quotes(text, nullptr);
     // A "'" in the first place is left to the single quotes around it.
     const char16_t quote = text.Find(u'\'', 1) < 0 ? u'\'' : u'"';
-    text = CString(quote) + text + quote;
+    text.Str().insert(text.Str().begin(), quote);
+    text.Str() += quote;
 }
 
 int CUtilityCalc::GetLeftPara(CString& line, CString& text, int remove, int trim) {
