@@ -41,6 +41,9 @@
 #include <vector>
 
 class CCalcTree;
+namespace qorcalc::expr {
+struct CThreadSpares;
+}
 
 enum ENUM_NODE_KIND : uint8_t {
     NodeEmpty = 0,     // blank; during evaluation: about to be removed
@@ -221,8 +224,10 @@ private:
     QORCALC_LOCAL void CollectDistinctTexts(CStringArray& texts, uint8_t kind);
     QORCALC_LOCAL const CString& CurrentNumberText();
     QORCALC_LOCAL static void DeleteChildren(std::vector<CCalcNode*>& children);
-    // Frees a childless node no parent holds, or keeps it for Make.
-    QORCALC_LOCAL static void Free(CCalcNode* node);
+    // Frees a childless node no parent holds, or keeps it with the thread's
+    // spares (null: none) for Make.
+    QORCALC_LOCAL static void Free(CCalcNode* node, qorcalc::expr::CThreadSpares* spares);
+    QORCALC_LOCAL static CCalcNode* Make(qorcalc::expr::CThreadSpares* spares, CCalcNode* parent, uint8_t kind);
     QORCALC_LOCAL void Reset(CCalcNode* parent, uint8_t kind);
 
     uint8_t m_kind;

@@ -51,6 +51,7 @@ private:
     struct Frame {
         CCalcNode* node;
         size_t next;               // the next child to visit
+        bool isIf;                 // a call of IF (its name never changes while open)
         uint8_t literalKinds = 0;  // bits of the literal kinds among the children
         bool kindsKnown = false;
     };

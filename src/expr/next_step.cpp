@@ -95,13 +95,14 @@ uint8_t LiteralBit(CCalcNode* node) {
 // Answers a leaf at once (a name needs the host), prunes an IF whose
 // condition is decided, or opens the node for its children.
 CStepWalk::Entered CStepWalk::Enter(CCalcNode* node, int& code) {
-    if (IsIfCall(node)) PruneIf(node);
+    const bool isIf = IsIfCall(node);
+    if (isIf) PruneIf(node);
     if (node->Children().empty()) {
         if (KindOf(node) != NodeName) return Entered::Leaf;
         code = STEP_NAME;
         return Entered::Found;
     }
-    m_open.push_back({node, 0});
+    m_open.push_back({node, 0, isIf});
     return Entered::Open;
 }
 
@@ -138,7 +139,7 @@ CCalcNode* CStepWalk::Next(CCalcNode* root, int& code) {
             const size_t i = top.next++;
             // A condition decided by its last step prunes before any branch
             // is entered.
-            if (i > 0 && IsIfCall(top.node)) PruneIf(top.node);
+            if (i > 0 && top.isIf) PruneIf(top.node);
             CCalcNode* child = children[i];
             switch (Enter(child, code)) {
             case Entered::Found:

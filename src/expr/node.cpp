@@ -49,8 +49,9 @@ CThreadSpares* ThreadSpares() {
 
 }  // namespace qorcalc::expr
 
-CCalcNode* CCalcNode::Make(CCalcNode* parent, uint8_t kind) {
-    qorcalc::expr::CThreadSpares* spares = qorcalc::expr::ThreadSpares();
+CCalcNode* CCalcNode::Make(CCalcNode* parent, uint8_t kind) { return Make(qorcalc::expr::ThreadSpares(), parent, kind); }
+
+CCalcNode* CCalcNode::Make(qorcalc::expr::CThreadSpares* spares, CCalcNode* parent, uint8_t kind) {
     if (!spares || spares->nodes.empty()) return new CCalcNode(parent, kind);
     CCalcNode* node = spares->nodes.back();
     spares->nodes.pop_back();
@@ -73,9 +74,8 @@ void CCalcNode::Reset(CCalcNode* parent, uint8_t kind) {
     if (m_pTree) m_pTree->CountNode();
 }
 
-void CCalcNode::Free(CCalcNode* node) {
+void CCalcNode::Free(CCalcNode* node, qorcalc::expr::CThreadSpares* spares) {
     using namespace qorcalc::expr;
-    CThreadSpares* spares = ThreadSpares();
     // A host's own node class keeps its own behaviour: only plain nodes are reused.
     if (!spares || spares->nodes.size() >= static_cast<size_t>(CALC_MAX_KEPT_NODES) ||
         typeid(*node) != typeid(CCalcNode)) {
@@ -94,7 +94,9 @@ void CCalcNode::Free(CCalcNode* node) {
 // to let go of are chained through their parent pointers, which mean nothing
 // once the parent itself is let go of.
 void CCalcNode::Discard(CCalcNode* node) {
-    if (node) node->m_pParent = nullptr;
+    if (!node) return;
+    qorcalc::expr::CThreadSpares* const spares = qorcalc::expr::ThreadSpares();
+    node->m_pParent = nullptr;
     while (node) {
         CCalcNode* next = node->m_pParent;
         for (CCalcNode* child : node->m_children) {
@@ -106,7 +108,7 @@ void CCalcNode::Discard(CCalcNode* node) {
         if (node->m_pTree && node->m_pTree->KeepsDead()) {
             node->m_pTree->Retire(node);
         } else {
-            Free(node);
+            Free(node, spares);
         }
         node = next;
     }
@@ -128,7 +130,8 @@ void CCalcNode::CopyValue(const CCalcNode& source) {
 }
 
 CCalcNode* CCalcNode::Clone() {
-    CCalcNode* copy = Make(nullptr);
+    qorcalc::expr::CThreadSpares* const spares = qorcalc::expr::ThreadSpares();
+    CCalcNode* copy = Make(spares, nullptr, NodeEmpty);
     copy->CopyValue(*this);
     // Pairs of (original, copy) whose children are still to be copied.
     qorcalc::support::CThreadSpare<std::vector<std::pair<const CCalcNode*, CCalcNode*>>> pending;
@@ -138,7 +141,7 @@ CCalcNode* CCalcNode::Clone() {
         pending->pop_back();
         to->m_children.reserve(from->m_children.size());
         for (const CCalcNode* child : from->m_children) {
-            CCalcNode* childCopy = Make(to);
+            CCalcNode* childCopy = Make(spares, to, NodeEmpty);
             childCopy->CopyValue(*child);
             to->m_children.push_back(childCopy);
             pending->emplace_back(child, childCopy);

@@ -8,7 +8,8 @@
 CCalcTree::~CCalcTree() { FreeDead(); }
 
 void CCalcTree::FreeDead() {
-    for (CCalcNode* node : m_dead) CCalcNode::Free(node);
+    qorcalc::expr::CThreadSpares* const spares = qorcalc::expr::ThreadSpares();
+    for (CCalcNode* node : m_dead) CCalcNode::Free(node, spares);
     m_dead.clear();
 }
 
