@@ -34,6 +34,17 @@ constexpr int CALC_MAX_FORMULA_LENGTH = 2097152;
 // (1302).
 constexpr int CALC_MAX_NODES = 2097152;
 
+// Characters of formula text one tree is converted from, summed over its
+// compile and every re-conversion.  A host answering a name with a formula
+// has the whole tree written back and converted again, so a long tree
+// answered again and again costs its whole length per answer; long names
+// and texts make few nodes, so the node limit does not stop that.  Twice the
+// formula limit leaves a formula at that limit one re-conversion, keeps a
+// tree's conversions together within a fraction of a second, and lets the
+// node limit end growth that makes a node per character first.
+// Exceeding it: CALC_MSG_CONVERTED_TOO_LONG (1307).
+constexpr int CALC_MAX_CONVERTED_LENGTH = 2 * CALC_MAX_FORMULA_LENGTH;
+
 // Brackets (groups and calls) nested in one formula.  Choosing the next step
 // walks from the root, so its cost grows with the square of the nesting;
 // 1024 levels stay fast and are far beyond hand-written formulas.  A deeper
