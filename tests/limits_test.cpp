@@ -40,6 +40,13 @@ std::string GrownText(size_t length) {
            "', 'a', 'aaaaaaaa'), 'a', 'aaaaaaaa')";
 }
 
+// A formula answer of 9 characters around its text: written back twice
+// after a compiled name of two characters, the tree's conversions read
+// 2 + 2 * (9 + text) = CALC_MAX_CONVERTED_LENGTH characters in all.
+std::string ConvertedTwiceToTheLimit() {
+    return "b+len('" + std::string((CALC_MAX_CONVERTED_LENGTH - 20) / 2, 'x') + "')";
+}
+
 struct LimitCase {
     const char* what;
     std::string formula;
@@ -68,6 +75,10 @@ TEST(Limits, AtTheLimitWorksAndOnePastFailsWithItsId) {
         // the root and the answered name, kept dead, count as two nodes.
         {"tree at the limit", "a", {{"a", "-" + Ones(CALC_MAX_NODES / 2 - 1)}}, CALC_DONE, 0, "1048573"},
         {"tree one past", "a", {{"a", Ones(CALC_MAX_NODES / 2)}}, CALC_ERROR, 1302, ""},
+        // The compiled name, then two trees of the same length written back
+        // (the answer, then its own name answered with another name).
+        {"conversions at the limit", "aa", {{"aa", ConvertedTwiceToTheLimit()}, {"b", "c"}, {"c", "1"}}, CALC_DONE, 0, "2097143"},
+        {"conversions one past", "aaa", {{"aaa", ConvertedTwiceToTheLimit()}, {"b", "c"}, {"c", "1"}}, CALC_ERROR, 1307, ""},
     };
     for (const LimitCase& c : cases) {
         SCOPED_TRACE(c.what);
