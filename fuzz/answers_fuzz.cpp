@@ -14,9 +14,9 @@
 namespace {
 
 // Each formula answer rewrites and re-reads the whole tree, so a run costs
-// rounds times tree size by definition; 128 rounds keep every input well
-// under a second under the sanitizers while still growing trees past what
-// any test builds by hand.
+// rounds times tree size, up to what the engine lets one tree's conversions
+// read in all; 128 rounds still grow trees past what any test builds by
+// hand.
 constexpr int kRounds = 128;
 // An answer that names its question twice doubles each round; past this the
 // work is only the limits' (tested at the limits themselves), not the

@@ -110,6 +110,37 @@ TEST(CalcReuse, AHostsOwnNodesAreDeletedNotReused) {
     }
 }
 
+// Calculates `n0 + len('x...x')` with a text of `textLength` characters,
+// answering n0 with n1 and so on, the last of `chain` names with 1.
+int NameChainBesideText(ICalc& calc, size_t textLength, int chain) {
+    const std::string formula = "n0 + len('" + std::string(textLength, 'x') + "')";
+    int pos = -1;
+    std::unique_ptr<CCalcNode> root(calc.Compile(CString::FromUtf8(formula), &pos));
+    if (!root) return CALC_ERROR;
+    CString out;
+    CCalcNode* pending = nullptr;
+    int code;
+    while ((code = calc.Calculate(root.get(), out, pending, 0, 0)) == CALC_NEED_NAME) {
+        const int next = std::stoi(out.ToUtf8().substr(1)) + 1;
+        const std::string answer = next > chain ? "1" : "n" + std::to_string(next);
+        if (!calc.SetTermValue(root.get(), pending, CString::FromUtf8(answer))) return CALC_ERROR;
+    }
+    return code;
+}
+
+// A formula's conversions share one budget; a root made after one that
+// spent it starts with the whole budget again.
+TEST(CalcReuse, EachRootHasItsOwnConversionBudget) {
+    TestProvider provider;
+    std::unique_ptr<ICalc> calc(NewCalc(nullptr, nullptr));
+    const size_t longText = CALC_MAX_CONVERTED_LENGTH / 4;
+    for (int round = 0; round < 2; ++round) {
+        EXPECT_EQ(NameChainBesideText(*calc, longText, 8), CALC_ERROR);
+        EXPECT_EQ(calc->GetLastErrorCode(), CALC_MSG_CONVERTED_TOO_LONG);
+        EXPECT_EQ(NameChainBesideText(*calc, longText, 2), CALC_DONE) << CString(GetLastErrorText()).ToUtf8();
+    }
+}
+
 // Roots kept in thread-local storage are deleted while their thread ends,
 // before or after what the engine keeps for the thread.
 thread_local std::unique_ptr<CCalcNode> t_before;

@@ -40,6 +40,13 @@ std::string GrownText(size_t length) {
            "', 'a', 'aaaaaaaa'), 'a', 'aaaaaaaa')";
 }
 
+// A formula answer of 9 characters around its text: written back twice
+// after a compiled name of two characters, the tree's conversions read
+// 2 + 2 * (9 + text) = CALC_MAX_CONVERTED_LENGTH characters in all.
+std::string ConvertedTwiceToTheLimit() {
+    return "b+len('" + std::string((CALC_MAX_CONVERTED_LENGTH - 20) / 2, 'x') + "')";
+}
+
 struct LimitCase {
     const char* what;
     std::string formula;
@@ -68,6 +75,10 @@ TEST(Limits, AtTheLimitWorksAndOnePastFailsWithItsId) {
         // the root and the answered name, kept dead, count as two nodes.
         {"tree at the limit", "a", {{"a", "-" + Ones(CALC_MAX_NODES / 2 - 1)}}, CALC_DONE, 0, "1048573"},
         {"tree one past", "a", {{"a", Ones(CALC_MAX_NODES / 2)}}, CALC_ERROR, 1302, ""},
+        // The compiled name, then two trees of the same length written back
+        // (the answer, then its own name answered with another name).
+        {"conversions at the limit", "aa", {{"aa", ConvertedTwiceToTheLimit()}, {"b", "c"}, {"c", "1"}}, CALC_DONE, 0, "2097143"},
+        {"conversions one past", "aaa", {{"aaa", ConvertedTwiceToTheLimit()}, {"b", "c"}, {"c", "1"}}, CALC_ERROR, 1307, ""},
     };
     for (const LimitCase& c : cases) {
         SCOPED_TRACE(c.what);
@@ -114,6 +125,60 @@ TEST(Limits, GrowthIsRefusedBeforeItIsBuilt) {
     o = host.Run("a + b + c");
     EXPECT_EQ(o.code, CALC_ERROR);
     EXPECT_EQ(o.errorCode, CALC_MSG_FORMULA_TOO_LONG);
+}
+
+// Every answer with a formula converts the whole tree again, so the texts
+// one tree is converted from share one budget: a host that keeps answering
+// with formulas beside a long text is refused after a number of answers
+// bounded by the budget over the tree's length, instead of paying the whole
+// tree again for every answer; short trees take as many as they like.
+TEST(Limits, ReconversionsShareOneBudget) {
+    TestProvider provider;
+    struct ChainCase {
+        const char* what;
+        size_t textLength;  // the text beside the names, read by every conversion
+        int chain;          // n0 is answered with n1, ..., the last with 1
+        int wantCode;
+        int wantError;
+    };
+    const std::vector<ChainCase> cases = {
+        {"a short chain beside a long text", 100000, 5, CALC_DONE, 0},
+        {"a long chain beside a short text", 100, 1000, CALC_DONE, 0},
+        {"a long chain beside a long text", 100000, 100, CALC_ERROR, CALC_MSG_CONVERTED_TOO_LONG},
+    };
+    for (const ChainCase& c : cases) {
+        SCOPED_TRACE(c.what);
+        TestHost host;
+        host.answerName = [&c](const std::string& name) {
+            const int next = std::stoi(name.substr(1)) + 1;
+            return next > c.chain ? std::string("1") : "n" + std::to_string(next);
+        };
+        const std::string formula = "n0 + len('" + std::string(c.textLength, 'x') + "')";
+        std::unique_ptr<CCalcNode> root(host.Calc().Compile(CString::FromUtf8(formula), nullptr));
+        ASSERT_NE(root, nullptr);
+        Outcome o;
+        host.Drive(o, root.get());
+        EXPECT_EQ(o.code, c.wantCode);
+        EXPECT_EQ(o.errorCode, c.wantError);
+        if (c.wantCode == CALC_DONE) {
+            EXPECT_EQ(o.value, std::to_string(c.textLength + 1));
+            EXPECT_EQ(host.requests.size(), static_cast<size_t>(c.chain) + 1);
+            continue;
+        }
+        // Each conversion reads a little more than the text: the answers
+        // end once the budget holds no more copies of it.
+        const size_t copies = CALC_MAX_CONVERTED_LENGTH / c.textLength;
+        EXPECT_GE(host.requests.size(), copies - 1);
+        EXPECT_LE(host.requests.size(), copies + 1);
+        EXPECT_EQ(o.errorText.substr(0, 7), "E1307:n");
+        // The answered term holds the answer unconverted: the tree's
+        // calculation ends rather than asking for it as a name.
+        CString out;
+        CCalcNode* pending = nullptr;
+        EXPECT_EQ(host.Calc().Calculate(root.get(), out, pending, 0, 0), CALC_ERROR);
+        EXPECT_EQ(host.Calc().GetLastErrorCode(), CALC_MSG_CONVERTED_TOO_LONG);
+        EXPECT_EQ(out.ToUtf8(), "");
+    }
 }
 
 TEST(Limits, SumDimRefusesATextPastTheLimit) {

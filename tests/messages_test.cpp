@@ -101,7 +101,7 @@ constexpr ErrorId kErrorIds[] = {
     {CALC_MSG_TEXT_TOO_LONG, true},     {CALC_MSG_FORMULA_TOO_LONG, true},
     {CALC_MSG_TREE_TOO_LARGE, true},    {CALC_MSG_STALE_TERM, false},
     {CALC_MSG_NO_SCRIPT_HOST, false},   {CALC_MSG_OUT_OF_MEMORY, false},
-    {CALC_MSG_INTERNAL, false},
+    {CALC_MSG_INTERNAL, false},         {CALC_MSG_CONVERTED_TOO_LONG, true},
 };
 
 TEST(Messages, EveryErrorIdHasATextWithTheDirectivesTheEngineExpects) {
@@ -129,6 +129,7 @@ TEST(Messages, LimitTextsNameTheLimitAndItsValue) {
         {CALC_MSG_TEXT_TOO_LONG, "CALC_MAX_TEXT_LENGTH", "16,777,216"},
         {CALC_MSG_FORMULA_TOO_LONG, "CALC_MAX_FORMULA_LENGTH", "2,097,152"},
         {CALC_MSG_TREE_TOO_LARGE, "CALC_MAX_NODES", "2,097,152"},
+        {CALC_MSG_CONVERTED_TOO_LONG, "CALC_MAX_CONVERTED_LENGTH", "4,194,304"},
     };
     for (Language language : kLanguages) {
         for (const auto& limit : limits) {

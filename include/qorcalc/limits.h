@@ -6,7 +6,7 @@
 // size before it builds what would pass a limit, so a failure costs nothing
 // beyond what the inputs already hold.
 //
-// Exceeding one of the first three ends the operation with its failure
+// Exceeding one of the first four ends the operation with its failure
 // return (null, 0 or CALC_ERROR) and the message id beside it
 // (qorcalc/message_ids.h); the last-error text is the provider's text of that
 // id with the offending text, cut to CALC_MAX_QUOTED_LENGTH characters, as
@@ -33,6 +33,17 @@ constexpr int CALC_MAX_FORMULA_LENGTH = 2097152;
 // with a formula that names it again).  Exceeding it: CALC_MSG_TREE_TOO_LARGE
 // (1302).
 constexpr int CALC_MAX_NODES = 2097152;
+
+// Characters of formula text one tree is converted from, summed over its
+// compile and every re-conversion.  A host answering a name with a formula
+// has the whole tree written back and converted again, so a long tree
+// answered again and again costs its whole length per answer; long names
+// and texts make few nodes, so the node limit does not stop that.  Twice the
+// formula limit leaves a formula at that limit one re-conversion, keeps a
+// tree's conversions together within a fraction of a second, and lets the
+// node limit end growth that makes a node per character first.
+// Exceeding it: CALC_MSG_CONVERTED_TOO_LONG (1307).
+constexpr int CALC_MAX_CONVERTED_LENGTH = 2 * CALC_MAX_FORMULA_LENGTH;
 
 // Nodes and compiled-root records a thread keeps for reuse once its trees
 // are done with them.  A report row calculates a handful of formulas of a

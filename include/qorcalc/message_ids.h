@@ -29,4 +29,5 @@ enum ENUM_CALC_MESSAGE : uint32_t {
     CALC_MSG_NO_SCRIPT_HOST = 1304,     // js called without a declared script host
     CALC_MSG_OUT_OF_MEMORY = 1305,      // memory ran out; the operation was abandoned
     CALC_MSG_INTERNAL = 1306,           // an unexpected failure inside the engine
+    CALC_MSG_CONVERTED_TOO_LONG = 1307, // a tree's conversions would pass CALC_MAX_CONVERTED_LENGTH
 };

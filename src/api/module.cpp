@@ -92,7 +92,7 @@ CString Quoted(const CString& text) {
 
 bool IsEngineFailure(uint32_t id) {
     return id == CALC_MSG_TEXT_TOO_LONG || id == CALC_MSG_FORMULA_TOO_LONG || id == CALC_MSG_TREE_TOO_LARGE ||
-           id == CALC_MSG_OUT_OF_MEMORY || id == CALC_MSG_INTERNAL;
+           id == CALC_MSG_CONVERTED_TOO_LONG || id == CALC_MSG_OUT_OF_MEMORY || id == CALC_MSG_INTERNAL;
 }
 
 CString FormatMessage(uint32_t id, const CString& argument) {

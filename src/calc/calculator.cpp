@@ -50,10 +50,21 @@ CString FormulaOf(CCalcNode* node) {
 }
 
 // The whole tree as the formula it is converted from again after a host
-// answered a name with a formula: no longer than Compile would take.
-CString FormulaToReconvert(CCalcNode* root) {
+// answered a name with a formula: no longer than Compile would take, nor
+// than what is left of the tree's conversion budget.  Past either the
+// answered term holds the answer unconverted, so the tree's calculation
+// ends there, as after any answer that cannot be converted.
+CString FormulaToReconvert(CCalcTree& tree) {
     CBoundedBuilder builder(CALC_MAX_FORMULA_LENGTH, CALC_MSG_FORMULA_TOO_LONG);
-    root->Write(builder);
+    try {
+        tree.Root()->Write(builder);
+        const size_t left = CALC_MAX_CONVERTED_LENGTH - tree.ConvertedLength();
+        if (static_cast<size_t>(builder.GetLength()) > left)
+            throw detail::LimitExceeded{CALC_MSG_CONVERTED_TOO_LONG, builder.ToString()};
+    } catch (const detail::LimitExceeded& e) {
+        tree.SetFailure(e.id, detail::FormatMessage(e.id, e.text));
+        throw;
+    }
     return builder.ToString();
 }
 
@@ -123,6 +134,7 @@ int CCalc::Parse(CCalcNode* root, CString text, int& errorPos, uint32_t& message
     root->Clear();
     root->SetKind(NodeRoot);
     if (CCalcTree* tree = CCalcTree::Of(root)) {
+        tree->CountConverted(static_cast<size_t>(text.GetLength()));
         tree->Walk().Restart();
         tree->SetTypesChecked(!CUtilityCalc::Calc_IsComplexEnabled());
     }
@@ -197,7 +209,7 @@ int CCalc::AnswerTerm(CCalcNode* root, CCalcNode* term, CString& value) {
     if (reconvert) {
         int pos = -1;
         uint32_t messageId = 0;
-        if (Parse(root, FormulaToReconvert(root), pos, messageId)) return 1;
+        if (Parse(root, FormulaToReconvert(*tree), pos, messageId)) return 1;
         Fail(*tree, messageId);
         return 0;
     }

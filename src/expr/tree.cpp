@@ -46,6 +46,7 @@ CCalcTree* CCalcTree::Of(CCalcNode* root) {
 void CCalcTree::Reset(CCalcNode* root) {
     m_pRoot = root;
     m_nNodes = 0;
+    m_nConverted = 0;
     m_bKeepDead = true;
     m_walk.Restart();
     m_bTypesChecked = false;

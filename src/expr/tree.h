@@ -8,7 +8,9 @@
 //     being read after it was freed.  Dead nodes count towards the tree's
 //     node count until the root is deleted;
 //   - the failure that ended the calculation, repeated to every later call
-//     on the root instead of going on with a half-reduced tree.
+//     on the root instead of going on with a half-reduced tree;
+//   - the length of the formula texts the tree was converted from, over its
+//     compile and every re-conversion (at most CALC_MAX_CONVERTED_LENGTH).
 // Invariants: every node whose tree is this one is either reachable from
 // the root or held dead here; only the root deletes the tree.
 #pragma once
@@ -46,6 +48,11 @@ public:
     // included.
     size_t NodeCount() const { return m_nNodes; }
     void CountNode() { ++m_nNodes; }
+    // Characters of formula text converted for this tree since its root was
+    // compiled: a re-conversion reads the whole tree again, so this, not the
+    // length of one formula, is what its conversions cost together.
+    size_t ConvertedLength() const { return m_nConverted; }
+    void CountConverted(size_t length) { m_nConverted += length; }
 
     // Whether the host may set a value into `term`: a live node of this
     // tree that has not been given a value before.
@@ -81,6 +88,7 @@ private:
 
     CCalcNode* m_pRoot;
     size_t m_nNodes = 0;
+    size_t m_nConverted = 0;
     std::vector<CCalcNode*> m_dead;
     bool m_bKeepDead = true;
     qorcalc::expr::CStepWalk m_walk;

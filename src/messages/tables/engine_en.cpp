@@ -45,6 +45,8 @@ constexpr MessageEntry kTexts[] = {
     {1304, u"js was called, but the host declared no script host to run scripts."},
     {1305, u"Out of memory: the operation was abandoned."},
     {1306, u"Unexpected internal failure in the formula engine: the operation was abandoned."},
+    {1307, u"The formula \u201c%s\u201d was answered with formulas too often: the texts it is converted "
+           u"from would together exceed CALC_MAX_CONVERTED_LENGTH (4,194,304 characters)."},
 
     // Function categories.
     {1006, u"Logic"},
