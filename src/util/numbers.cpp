@@ -60,6 +60,9 @@ CString Widen(const char* first, const char* last) {
     return CString(std::u16string(first, last));
 }
 
+// Widen into `out`, reusing its storage.
+void AssignWidened(CString& out, const char* first, const char* last) { out.Str().assign(first, last); }
+
 template <class Int>
 CString IntegerText(Int value) {
     char buf[24];
@@ -193,10 +196,18 @@ void CUtilityCalc::Double2Str(CString& out, double value, int decimals) {
     const int n = std::min(decimals, kMaxWrittenDecimals);
     // 309 integer digits for the largest double, plus the point and 8 decimals.
     char buf[400];
+    if (decimals < 0 && a < kWholeOnly && a == std::trunc(a)) {
+        // A whole number as it is: what the rounding below would leave of
+        // its fixed-point text is its digits, so they are written at once.
+        const auto digits = std::to_chars(buf, buf + sizeof buf, static_cast<uint64_t>(a));
+        AssignWidened(out, buf, digits.ptr);
+        if (value < 0) out.Insert(0, u'-');
+        return;
+    }
     const auto whole = std::to_chars(buf, buf + sizeof buf, std::trunc(a), std::chars_format::fixed, 0);
     const int integerDigits = static_cast<int>(whole.ptr - buf);
     if (a >= kWholeOnly) {
-        out = Widen(buf, whole.ptr);
+        AssignWidened(out, buf, whole.ptr);
         if (n > 0) {
             out += u'.';
             out += CString(u'0', n);
@@ -204,7 +215,7 @@ void CUtilityCalc::Double2Str(CString& out, double value, int decimals) {
     } else {
         const int precision = std::clamp(kSignificantDigits - integerDigits, 0, kMaxWrittenDecimals);
         const auto res = std::to_chars(buf, buf + sizeof buf, a, std::chars_format::fixed, precision);
-        out = Widen(buf, res.ptr);
+        AssignWidened(out, buf, res.ptr);
         RoundStr(out, n);
         if (decimals < 0) DropFractionZeros(out.Str());
     }
