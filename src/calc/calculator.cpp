@@ -9,7 +9,6 @@
 
 #include <algorithm>
 #include <memory>
-#include <new>
 
 #include "calc/converter.h"
 #include "expr/evaluate.h"
@@ -121,8 +120,7 @@ CCalcNode* CCalc::Compile(const char16_t* text, int* errorPos) {
     int& pos = errorPos ? *errorPos : localPos;
     // Owned until it is handed over: a provider that throws while a failure
     // is reported must not leak the half-built tree.
-    std::unique_ptr<CCalcNode> root(new (std::nothrow) CCalcNode(nullptr, NodeRoot));
-    if (!root) return nullptr;
+    std::unique_ptr<CCalcNode> root(CCalcNode::Make(nullptr, NodeRoot));
     CCalcTree::Of(root.get());  // the root keeps its calculation's state from the start
     uint32_t messageId = 0;
     if (!Parse(root.get(), CString(text), pos, messageId)) return nullptr;

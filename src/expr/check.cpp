@@ -3,6 +3,8 @@
 // mix), and every operator stands where it can be applied.
 #include "expr/evaluate.h"
 
+#include "support/thread_spare.h"
+
 #include <qorcalc/api.h>
 #include <qorcalc/utility.h>
 
@@ -53,7 +55,9 @@ CCalcNode* FirstPlacementFault(CCalcNode* root) {
         CCalcNode* node;
         size_t next;
     };
-    std::vector<Frame> open{{root, 0}};
+    support::CThreadSpare<std::vector<Frame>> spare;
+    std::vector<Frame>& open = *spare;
+    open.push_back({root, 0});
     while (!open.empty()) {
         Frame& top = open.back();
         if (top.next < top.node->Children().size()) {
@@ -87,7 +91,9 @@ CCalcNode* FindMixedLiteral(CCalcNode* list) {
 int CheckTypes(CCalcNode* root, const CString& formula, int& position) {
     if (!root || CUtilityCalc::Calc_IsComplexEnabled()) return 1;
     // Parents before children, left to right.
-    std::vector<CCalcNode*> pending{root};
+    support::CThreadSpare<std::vector<CCalcNode*>> spare;
+    std::vector<CCalcNode*>& pending = *spare;
+    pending.push_back(root);
     while (!pending.empty()) {
         CCalcNode* node = pending.back();
         pending.pop_back();
