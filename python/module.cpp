@@ -21,7 +21,9 @@
 #include <cmath>
 #include <exception>
 #include <memory>
+#include <optional>
 #include <stdexcept>
+#include <string_view>
 #include <thread>
 
 namespace py = pybind11;
@@ -83,26 +85,54 @@ py::object ErrorObject(const host::Error& error) {
     throw py::error_already_set();
 }
 
-// A Python callable as a host function: arguments that read as numbers are
-// passed as numbers, the others as str; an exception is the call's failure.
+// Python arguments for a host function: texts that read as numbers are
+// passed as numbers, the others as str.
+py::list PythonArguments(const std::vector<std::string>& args) {
+    py::list arguments(args.size());
+    for (size_t i = 0; i < args.size(); ++i) {
+        host::MachineNumber number;
+        const bool isNumber = host::ReadNumber(args[i], number);
+        arguments[i] = isNumber ? ToPython({host::Kind::Number, args[i]}) : py::str(args[i]);
+    }
+    return arguments;
+}
+
+// What a host function written in Python returned, as a result.
+host::Result HostResult(const py::handle& value) {
+    std::string text;
+    if (PythonNumberText(value, text)) return host::Result::Success({host::Kind::Number, text});
+    if (value.is_none()) return host::Result::Success({host::Kind::Text, ""});
+    return host::Result::Success({host::Kind::Text, py::str(value).cast<std::string>()});
+}
+
+host::Result CallFailure(const py::error_already_set& failure) {
+    return host::Result::Failure({0, -1, py::str(failure.value()).cast<std::string>()});
+}
+
+// A Python callable as a host function; an exception is the call's failure.
 host::HostFunction WrapFunction(py::object function) {
     auto shared = std::make_shared<py::object>(std::move(function));
     return [shared](const std::vector<std::string>& args) -> host::Result {
         py::gil_scoped_acquire gil;
         try {
-            py::tuple arguments(args.size());
-            for (size_t i = 0; i < args.size(); ++i) {
-                host::MachineNumber number;
-                const bool isNumber = host::ReadNumber(args[i], number);
-                arguments[i] = isNumber ? ToPython({host::Kind::Number, args[i]}) : py::str(args[i]);
-            }
-            const py::object value = (*shared)(*arguments);
-            std::string text;
-            if (PythonNumberText(value, text)) return host::Result::Success({host::Kind::Number, text});
-            if (value.is_none()) return host::Result::Success({host::Kind::Text, ""});
-            return host::Result::Success({host::Kind::Text, py::str(value).cast<std::string>()});
+            return HostResult((*shared)(*PythonArguments(args)));
         } catch (py::error_already_set& failure) {
-            return host::Result::Failure({0, -1, py::str(failure.value()).cast<std::string>()});
+            return CallFailure(failure);
+        }
+    };
+}
+
+// A Python callable taking (name, args) as the answer to every function not
+// given by name: KeyError says it does not know the function either.
+host::FunctionSource WrapFunctionSource(py::object source) {
+    auto shared = std::make_shared<py::object>(std::move(source));
+    return [shared](std::string_view name, const std::vector<std::string>& args) -> std::optional<host::Result> {
+        py::gil_scoped_acquire gil;
+        try {
+            return HostResult((*shared)(py::str(name.data(), name.size()), PythonArguments(args)));
+        } catch (py::error_already_set& failure) {
+            if (failure.matches(PyExc_KeyError)) return std::nullopt;
+            return CallFailure(failure);
         }
     };
 }
@@ -113,7 +143,9 @@ class PyFormula {
 public:
     PyFormula(const std::string& text, const py::object& functions, const std::string& lang)
         : m_language(ParseLanguage(lang)), m_functions(std::make_shared<host::Functions>()) {
-        if (!functions.is_none()) {
+        if (PyCallable_Check(functions.ptr())) {
+            m_functions->SetSource(WrapFunctionSource(functions));
+        } else if (!functions.is_none()) {
             for (const auto& [name, function] : functions.cast<py::dict>()) {
                 if (!PyCallable_Check(function.ptr()))
                     throw py::type_error("functions[" + py::str(name).cast<std::string>() + "] is not callable");
@@ -132,21 +164,25 @@ public:
     }
     const host::Formula& formula() const { return m_formula; }
 
-    // Names from a mapping or a callable: every name the formula asks for
-    // is looked up once, before calculating; one the callable does not
-    // know (KeyError) stays without a value, an error only when asked for.
+    // Names from a mapping or a callable.  The callable is asked, through
+    // the table's source, for each name a calculation reaches, once; one it
+    // does not know (KeyError) stays without a value, and any other
+    // exception it raises comes out of the calculation as it is.
     host::Result Calculate(const py::object& names) const {
         host::Bindings bindings;
         if (PyCallable_Check(names.ptr())) {
-            for (const std::string& name : m_formula.Names()) {
+            bindings.SetSource([&names](std::string_view name, host::Bindings& table, int slot) {
                 try {
-                    Bind(bindings, name, names(name));
+                    Bind(table, slot, names(py::str(name.data(), name.size())));
                 } catch (py::error_already_set& failure) {
                     if (!failure.matches(PyExc_KeyError)) throw;
                 }
-            }
+            });
         } else if (!names.is_none()) {
-            for (const auto& [name, value] : names.cast<py::dict>()) Bind(bindings, py::str(name).cast<std::string>(), value);
+            for (const auto& [name, value] : names.cast<py::dict>()) {
+                const std::string text = py::str(name).cast<std::string>();
+                Bind(bindings, bindings.Declare(text), value);
+            }
         }
         host::Calculator calculator(Options());
         return calculator.Calculate(m_formula, bindings);
@@ -162,13 +198,13 @@ private:
         return result.value;
     }
 
-    static void Bind(host::Bindings& bindings, const std::string& name, const py::handle& value) {
+    static void Bind(host::Bindings& bindings, int slot, const py::handle& value) {
         std::string text;
-        if (value.is_none()) bindings.SetText(name, "");
-        else if (PythonNumberText(value, text)) bindings.SetValue(name, text);
-        else if (py::isinstance<py::str>(value)) bindings.SetText(name, value.cast<std::string>());
-        else if (py::isinstance<PyFormula>(value)) bindings.SetFormula(name, value.cast<const PyFormula&>().m_formula.text());
-        else throw py::type_error("the value of " + name + " is a " + py::str(value.get_type().attr("__name__")).cast<std::string>() +
+        if (value.is_none()) bindings.SetText(slot, "");
+        else if (PythonNumberText(value, text)) bindings.SetValue(slot, text);
+        else if (py::isinstance<py::str>(value)) bindings.SetText(slot, value.cast<std::string>());
+        else if (py::isinstance<PyFormula>(value)) bindings.SetFormula(slot, value.cast<const PyFormula&>().m_formula.text());
+        else throw py::type_error("the value of " + bindings.Name(slot) + " is a " + py::str(value.get_type().attr("__name__")).cast<std::string>() +
                                   "; give a number, a str, None or a compiled Formula");
     }
 

@@ -25,6 +25,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -86,6 +87,15 @@ enum class Answer : uint8_t {
     Failed,   // the failure of an earlier calculation (a computed column that failed)
 };
 
+class Bindings;
+
+// Answers a name the table has no slot for: called with the name as the
+// formula spells it and the slot just declared for it, it sets that slot
+// (SetValue, SetText, SetFormula...) or leaves it without a value.  Asked at
+// most once per name and table, only for names a calculation reaches, so a
+// formula-valued answer's own names are asked for in turn.
+using NameSource = std::function<void(std::string_view name, Bindings& bindings, int slot)>;
+
 // A table of named values.  Every name has a slot, stable for the life of
 // the table, so per-record front ends declare their columns once and then
 // set values by slot with no lookups and, after the first record, no
@@ -121,6 +131,10 @@ public:
     void SetText(std::string_view name, std::string_view text) { SetText(Declare(name), text); }
     void SetFormula(std::string_view name, std::string_view formula) { SetFormula(Declare(name), formula); }
 
+    // Where names without a slot are looked up; none by default (such a
+    // name is unknown).
+    void SetSource(NameSource source);
+
 private:
     friend class Calculator;
     struct Impl;
@@ -131,8 +145,14 @@ private:
 // (its error message says why) out.
 using HostFunction = std::function<Result(const std::vector<std::string>& args)>;
 
+// Answers a call of any function neither built in nor added by name: the
+// name as the formula spells it and the evaluated argument texts in; no
+// result when the host does not know the function either.
+using FunctionSource = std::function<std::optional<Result>(std::string_view name, const std::vector<std::string>& args)>;
+
 // Functions the host adds to the engine's built-ins.  A built-in of the same
-// name wins: the engine runs its own before it asks the host.
+// name wins: the engine runs its own before it asks the host; a function
+// added by name wins over the source.
 class Functions {
 public:
     Functions();
@@ -143,6 +163,9 @@ public:
     // Adds or replaces `name` (ASCII letter case ignored).
     void Add(std::string_view name, HostFunction function);
     const HostFunction* Find(std::u16string_view foldedName) const;
+    // Asked for every function not found by name.
+    void SetSource(FunctionSource source);
+    const FunctionSource& Source() const;
 
 private:
     struct Impl;

@@ -83,7 +83,10 @@ def compile(formula, functions=None, lang="en"):
 
     ``functions`` maps the names of functions the engine does not know to
     Python callables; they get the evaluated arguments (numbers as int or
-    float, the others as str) and return a number, a str or None."""
+    float, the others as str) and return a number, a str or None.  It may
+    instead be one callable taking the function's name and the list of its
+    arguments, asked for every function the engine does not know; it raises
+    KeyError for one it does not know either."""
     return Formula(formula, functions, lang)
 
 
@@ -92,7 +95,8 @@ def evaluate(formula, names=None, functions=None, lang="en"):
 
     ``names`` is a mapping or a callable taking a name (raising KeyError for
     a name it does not know); the callable is asked once for each name the
-    formula uses, before calculating."""
+    calculation reaches, including the names of a Formula it answers with.
+    ``functions`` is as for ``compile``."""
     return Formula(formula, functions, lang)._compiled._evaluate(_prepared(names))
 
 
