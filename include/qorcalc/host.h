@@ -229,6 +229,37 @@ private:
     std::unique_ptr<Impl> m_impl;
 };
 
+// A computed column of a report: its name and its formula.
+struct ReportColumn {
+    std::string name;
+    Formula formula;
+};
+
+// Report columns record by record, as every front end that maps formulas
+// over rows calculates them: a record's fields are values (numbers when they
+// read as one), then each column is calculated in order and may use the
+// fields and the columns before it, never a column of an earlier record.
+// One per thread; the columns must outlive it.
+class RecordCalculator {
+public:
+    RecordCalculator(const std::vector<std::string>& fields, const std::vector<ReportColumn>& columns,
+                     Options options = {});
+
+    // The value of field `index` (in the order given) for the next record.
+    void SetField(size_t index, std::string_view text);
+    // The columns' results for the record whose fields were set, in order;
+    // valid until the next call.
+    const std::vector<Result>& Calculate();
+
+private:
+    const std::vector<ReportColumn>& m_columns;
+    Calculator m_calculator;
+    Bindings m_bindings;
+    std::vector<int> m_fieldSlots;
+    std::vector<int> m_columnSlots;
+    std::vector<Result> m_results;
+};
+
 // The function reference, from the engine's catalogue in `language`.
 struct FunctionInfo {
     std::string name;

@@ -1,0 +1,351 @@
+// evaluate_table: report columns over many rows on several threads.
+//
+// Python objects are only touched with the GIL, and the GIL is one thread at
+// a time, so whatever is done per cell under it does not get faster with
+// more jobs.  The input columns are therefore read into compact cells in one
+// pass (a number stays a machine number, a text is copied once into a
+// character store), the workers then make the field texts, calculate and
+// read the results back into cells without the GIL, and the Python objects
+// of the results are made in one pass at the end.
+#include "bridge.h"
+
+#include <pybind11/numpy.h>
+#include <pybind11/stl.h>
+
+#include <charconv>
+#include <cmath>
+#include <exception>
+#include <thread>
+
+namespace qorcalc::python {
+namespace {
+
+// One value of an input field or a computed column.
+struct Cell {
+    enum Kind : uint8_t { Missing, Integer, Real, Text, BigInteger, Failed };
+    Kind kind = Missing;
+    uint32_t length = 0;  // Text and BigInteger: bytes in the character store
+    union {
+        int64_t integer = 0;
+        double real;
+        size_t offset;  // Text and BigInteger: first byte in the store; Failed: index of the error
+    };
+};
+
+// Cells with the characters and failures they refer to.
+struct Cells {
+    std::vector<Cell> cells;
+    std::string chars;
+    std::vector<host::Error> errors;
+
+    void AddText(std::string_view text, Cell::Kind kind = Cell::Text) {
+        Cell cell;
+        cell.kind = kind;
+        cell.offset = chars.size();
+        cell.length = static_cast<uint32_t>(text.size());
+        chars.append(text);
+        cells.push_back(cell);
+    }
+    void AddInteger(int64_t value) {
+        Cell cell;
+        cell.kind = Cell::Integer;
+        cell.integer = value;
+        cells.push_back(cell);
+    }
+    void AddReal(double value) {
+        Cell cell;
+        cell.kind = std::isfinite(value) ? Cell::Real : Cell::Missing;
+        cell.real = value;
+        cells.push_back(cell);
+    }
+    std::string_view TextOf(const Cell& cell) const { return std::string_view(chars).substr(cell.offset, cell.length); }
+
+    // A calculation's outcome, kept as the Python value it will become.
+    void AddResult(const host::Result& result) {
+        if (!result.ok) {
+            Cell cell;
+            cell.kind = Cell::Failed;
+            cell.offset = errors.size();
+            errors.push_back(result.error);
+            cells.push_back(cell);
+            return;
+        }
+        const std::string& text = result.value.text;
+        host::MachineNumber number;
+        if (result.value.kind == host::Kind::Text || !host::ReadNumber(text, number)) AddText(text);  // incl. display formats
+        else if (number.whole) AddInteger(number.integer);
+        else if (text.find_first_not_of("+-0123456789") == std::string::npos) AddText(text, Cell::BigInteger);
+        else AddReal(number.real);
+    }
+
+    // The field text of an input cell: empty when missing.
+    void FieldText(const Cell& cell, std::string& out) const {
+        char digits[24];
+        switch (cell.kind) {
+            case Cell::Integer: {
+                const auto end = std::to_chars(digits, digits + sizeof digits, cell.integer).ptr;
+                out.assign(digits, end);
+                break;
+            }
+            case Cell::Real:
+                out = host::DecimalText(cell.real);
+                break;
+            case Cell::Text:
+            case Cell::BigInteger:
+                out.assign(TextOf(cell));
+                break;
+            default:
+                out.clear();
+        }
+    }
+
+    py::object ToObject(const Cell& cell) const {
+        switch (cell.kind) {
+            case Cell::Integer:
+                return py::reinterpret_steal<py::object>(PyLong_FromLongLong(cell.integer));
+            case Cell::Real:
+                return py::reinterpret_steal<py::object>(PyFloat_FromDouble(cell.real));
+            case Cell::BigInteger:
+                // Past 64 bits an integer's text still makes a Python int.
+                return py::int_(py::str(TextOf(cell).data(), cell.length));
+            case Cell::Failed:
+                return ErrorObject(errors[cell.offset]);
+            default:
+                return py::str(TextOf(cell).data(), cell.length);
+        }
+    }
+};
+
+// An input column read in one pass: numpy arrays of numbers as they are,
+// anything else value by value.
+class FieldColumn {
+public:
+    explicit FieldColumn(std::string name) : m_name(std::move(name)) {}
+    FieldColumn(std::string name, const py::handle& values) : m_name(std::move(name)) {
+        if (py::isinstance<py::array>(values) && ReadArray(py::reinterpret_borrow<py::array>(values))) return;
+        if (PyList_Check(values.ptr())) {
+            const Py_ssize_t count = PyList_GET_SIZE(values.ptr());
+            m_store.cells.reserve(static_cast<size_t>(count));
+            for (Py_ssize_t i = 0; i < count; ++i) Append(PyList_GET_ITEM(values.ptr(), i));
+            return;
+        }
+        for (const py::handle value : values) Append(value.ptr());
+    }
+
+    const std::string& name() const { return m_name; }
+    size_t size() const { return m_store.cells.size(); }
+    void FieldText(size_t row, std::string& out) const { m_store.FieldText(m_store.cells[row], out); }
+
+    // The same reading as a single name's value, except that NaN and a
+    // missing value (null) are missing and anything else stands for its
+    // str().
+    void Append(PyObject* object) {
+        if (!object || object == Py_None) {
+            m_store.cells.emplace_back();
+        } else if (PyUnicode_Check(object)) {
+            Py_ssize_t length = 0;
+            const char* utf8 = PyUnicode_AsUTF8AndSize(object, &length);
+            if (!utf8) throw py::error_already_set();
+            m_store.AddText(std::string_view(utf8, static_cast<size_t>(length)));
+        } else if (PyFloat_Check(object)) {
+            const double number = PyFloat_AS_DOUBLE(object);
+            if (std::isinf(number)) throw py::value_error("a name's value must be a finite number");
+            m_store.AddReal(number);
+        } else if (PyLong_Check(object)) {
+            int overflow = 0;
+            const long long number = PyLong_AsLongLongAndOverflow(object, &overflow);
+            if (overflow) m_store.AddText(py::str(object).cast<std::string>(), Cell::BigInteger);
+            else m_store.AddInteger(number);  // bool too: 1 and 0
+        } else {
+            m_store.AddText(py::str(object).cast<std::string>());
+        }
+    }
+
+private:
+    bool ReadArray(const py::array& array) {
+        const char kind = array.dtype().kind();
+        if (kind == 'f') {
+            const auto reals = py::array_t<double, py::array::c_style | py::array::forcecast>::ensure(array);
+            m_store.cells.reserve(static_cast<size_t>(reals.size()));
+            for (py::ssize_t i = 0; i < reals.size(); ++i) m_store.AddReal(reals.data()[i]);  // NaN is missing
+            return true;
+        }
+        if (kind == 'i' || kind == 'u' || kind == 'b') {
+            const auto integers = py::array_t<int64_t, py::array::c_style | py::array::forcecast>::ensure(array);
+            m_store.cells.reserve(static_cast<size_t>(integers.size()));
+            for (py::ssize_t i = 0; i < integers.size(); ++i) m_store.AddInteger(integers.data()[i]);
+            return true;
+        }
+        return false;
+    }
+
+    std::string m_name;
+    Cells m_store;
+};
+
+// One worker's share: consecutive rows, every computed column of each.
+struct Part {
+    size_t first = 0, last = 0;
+    Cells results;  // row by row, the columns of a row in order
+    std::exception_ptr failure;
+};
+
+void Calculate(const std::vector<FieldColumn>& fields, const std::vector<host::ReportColumn>& columns,
+               const host::Options& options, Part& part) {
+    try {
+        std::vector<std::string> names;
+        for (const FieldColumn& field : fields) names.push_back(field.name());
+        host::RecordCalculator records(names, columns, options);
+        part.results.cells.reserve((part.last - part.first) * columns.size());
+        std::string text;
+        for (size_t row = part.first; row < part.last; ++row) {
+            for (size_t i = 0; i < fields.size(); ++i) {
+                fields[i].FieldText(row, text);
+                records.SetField(i, text);
+            }
+            for (const host::Result& result : records.Calculate()) part.results.AddResult(result);
+        }
+    } catch (...) {
+        part.failure = std::current_exception();
+    }
+}
+
+// The fields of rows given as dicts (any other mapping is copied into
+// one): every key of any row, in the order first met, as a column; a row
+// without a key has that field missing.
+std::vector<FieldColumn> ReadRecords(const py::list& rows) {
+    py::dict positions;  // key -> its column
+    std::vector<py::handle> keys;
+    for (const py::handle row : rows) {
+        PyObject* key = nullptr;
+        PyObject* value = nullptr;
+        Py_ssize_t at = 0;
+        for (size_t i = 0; PyDict_Next(row.ptr(), &at, &key, &value); ++i) {
+            // Rows mostly share their keys, in the same order.
+            if (i < keys.size() && keys[i].ptr() == key) continue;
+            if (!positions.contains(key)) {
+                positions[key] = keys.size();
+                keys.push_back(key);
+            }
+        }
+    }
+    std::vector<FieldColumn> fields;
+    for (const py::handle key : keys) fields.emplace_back(py::str(key).cast<std::string>());
+    for (const py::handle row : rows) {
+        for (size_t i = 0; i < keys.size(); ++i) {
+            PyObject* value = PyDict_GetItemWithError(row.ptr(), keys[i].ptr());
+            if (!value && PyErr_Occurred()) throw py::error_already_set();
+            fields[i].Append(value);
+        }
+    }
+    return fields;
+}
+
+// The computed columns of every row: the rows split into `jobs` runs of
+// consecutive rows, each calculated by a thread with its own calculator and
+// table of names, exactly as `qorcalc report` calculates a record.
+class Table {
+public:
+    Table(const std::vector<std::pair<std::string, std::string>>& formulas, std::vector<FieldColumn> fields,
+          size_t rows, int jobs, const py::object& functions, const std::string& lang)
+        : m_fields(std::move(fields)) {
+        if (jobs < 1) throw py::value_error("jobs must be at least 1");
+        for (const FieldColumn& field : m_fields)
+            if (field.size() != rows) throw py::value_error("column " + field.name() + " does not have one value per row");
+        Compile(formulas, functions, lang);
+        const size_t threads = std::min<size_t>(static_cast<size_t>(jobs), std::max<size_t>(rows, 1));
+        m_parts.resize(threads);
+        for (size_t i = 0; i < threads; ++i) {
+            m_parts[i].first = rows * i / threads;
+            m_parts[i].last = rows * (i + 1) / threads;
+        }
+        Run();
+    }
+
+    size_t columns() const { return m_columns.size(); }
+    // Calls `use(row, column, value)` for every computed cell, row by row.
+    template <typename Use>
+    void ForEachResult(Use&& use) const {
+        for (const Part& part : m_parts) {
+            const Cell* cell = part.results.cells.data();
+            for (size_t row = part.first; row < part.last; ++row)
+                for (size_t k = 0; k < m_columns.size(); ++k) use(row, k, part.results.ToObject(*cell++));
+        }
+    }
+
+private:
+    // One compile carries the host functions; every formula shares them.
+    void Compile(const std::vector<std::pair<std::string, std::string>>& formulas, const py::object& functions,
+                 const std::string& lang) {
+        for (const auto& [name, text] : formulas) {
+            if (!m_first) {
+                m_first = std::make_unique<PyFormula>(text, functions, lang);
+                m_columns.push_back({name, m_first->formula()});
+                continue;
+            }
+            host::Formula formula = host::Calculator(m_first->Options()).Compile(text);
+            if (!formula.ok()) Raise(formula.error());
+            m_columns.push_back({name, std::move(formula)});
+        }
+    }
+
+    void Run() {
+        const host::Options options = m_first ? m_first->Options() : host::Options{};
+        {
+            py::gil_scoped_release release;
+            std::vector<std::thread> pool;
+            for (size_t i = 1; i < m_parts.size(); ++i)
+                pool.emplace_back(Calculate, std::cref(m_fields), std::cref(m_columns), std::cref(options), std::ref(m_parts[i]));
+            Calculate(m_fields, m_columns, options, m_parts[0]);
+            for (std::thread& thread : pool) thread.join();
+        }
+        for (const Part& part : m_parts)
+            if (part.failure) std::rethrow_exception(part.failure);
+    }
+
+    std::vector<FieldColumn> m_fields;
+    std::unique_ptr<PyFormula> m_first;
+    std::vector<host::ReportColumn> m_columns;
+    std::vector<Part> m_parts;
+};
+
+}  // namespace
+
+py::list EvaluateColumns(const std::vector<std::pair<std::string, std::string>>& formulas,
+                         const std::vector<std::pair<std::string, py::object>>& columns, size_t rows, int jobs,
+                         const py::object& functions, const std::string& lang) {
+    std::vector<FieldColumn> fields;
+    for (const auto& [name, values] : columns) fields.emplace_back(name, values);
+    const Table table(formulas, std::move(fields), rows, jobs, functions, lang);
+    std::vector<py::list> lists;
+    for (size_t k = 0; k < table.columns(); ++k) lists.emplace_back(rows);
+    table.ForEachResult([&lists](size_t row, size_t k, py::object value) {
+        PyList_SET_ITEM(lists[k].ptr(), static_cast<Py_ssize_t>(row), value.release().ptr());
+    });
+    py::list out;
+    for (const py::list& list : lists) out.append(list);
+    return out;
+}
+
+py::list EvaluateRecords(const std::vector<std::pair<std::string, std::string>>& formulas, const py::iterable& rowsIn,
+                         int jobs, const py::object& functions, const std::string& lang) {
+    py::list rows;
+    for (const py::handle row : rowsIn)
+        rows.append(PyDict_Check(row.ptr()) ? py::reinterpret_borrow<py::object>(row) : py::dict(py::reinterpret_borrow<py::object>(row)));
+    const Table table(formulas, ReadRecords(rows), rows.size(), jobs, functions, lang);
+    std::vector<py::str> names;
+    for (const auto& formula : formulas) names.emplace_back(formula.first);
+    py::list out(rows.size());
+    for (size_t row = 0; row < rows.size(); ++row) {
+        PyObject* record = PyDict_Copy(PyList_GET_ITEM(rows.ptr(), static_cast<Py_ssize_t>(row)));
+        if (!record) throw py::error_already_set();
+        PyList_SET_ITEM(out.ptr(), static_cast<Py_ssize_t>(row), record);
+    }
+    table.ForEachResult([&](size_t row, size_t k, py::object value) {
+        PyObject* record = PyList_GET_ITEM(out.ptr(), static_cast<Py_ssize_t>(row));
+        if (PyDict_SetItem(record, names[k].ptr(), value.ptr()) != 0) throw py::error_already_set();
+    });
+    return out;
+}
+
+}  // namespace qorcalc::python
