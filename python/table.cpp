@@ -5,16 +5,18 @@
 // more jobs.  The input columns are therefore read into compact cells in one
 // pass (a number stays a machine number, a text is copied once into a
 // character store), the workers then make the field texts, calculate and
-// read the results back into cells without the GIL, and the Python objects
-// of the results are made in one pass at the end.
+// read the results back into cells without the GIL, and the calling thread
+// makes the Python objects of the results while the others calculate.
 #include "bridge.h"
 
 #include <pybind11/numpy.h>
 #include <pybind11/stl.h>
 
+#include <atomic>
 #include <charconv>
 #include <cmath>
 #include <exception>
+#include <mutex>
 #include <thread>
 
 namespace qorcalc::python {
@@ -183,33 +185,6 @@ private:
     Cells m_store;
 };
 
-// One worker's share: consecutive rows, every computed column of each.
-struct Part {
-    size_t first = 0, last = 0;
-    Cells results;  // row by row, the columns of a row in order
-    std::exception_ptr failure;
-};
-
-void Calculate(const std::vector<FieldColumn>& fields, const std::vector<host::ReportColumn>& columns,
-               const host::Options& options, Part& part) {
-    try {
-        std::vector<std::string> names;
-        for (const FieldColumn& field : fields) names.push_back(field.name());
-        host::RecordCalculator records(names, columns, options);
-        part.results.cells.reserve((part.last - part.first) * columns.size());
-        std::string text;
-        for (size_t row = part.first; row < part.last; ++row) {
-            for (size_t i = 0; i < fields.size(); ++i) {
-                fields[i].FieldText(row, text);
-                records.SetField(i, text);
-            }
-            for (const host::Result& result : records.Calculate()) part.results.AddResult(result);
-        }
-    } catch (...) {
-        part.failure = std::current_exception();
-    }
-}
-
 // The fields of rows given as dicts (any other mapping is copied into
 // one): every key of any row, in the order first met, as a column; a row
 // without a key has that field missing.
@@ -241,39 +216,64 @@ std::vector<FieldColumn> ReadRecords(const py::list& rows) {
     return fields;
 }
 
-// The computed columns of every row: the rows split into `jobs` runs of
-// consecutive rows, each calculated by a thread with its own calculator and
-// table of names, exactly as `qorcalc report` calculates a record.
+// The computed columns of every row, calculated as `qorcalc report`
+// calculates a record: each thread with its own calculator and table of
+// names.  Rows go in chunks that the threads take in turn, so a thread that
+// gets less of the machine takes fewer.  The calling thread takes chunks
+// too, and between two of its own makes the Python objects of the chunks
+// finished so far: the work under the GIL overlaps the calculation instead
+// of waiting for all of it.
 class Table {
 public:
     Table(const std::vector<std::pair<std::string, std::string>>& formulas, std::vector<FieldColumn> fields,
           size_t rows, int jobs, const py::object& functions, const std::string& lang)
-        : m_fields(std::move(fields)) {
+        : m_fields(std::move(fields)), m_rows(rows), m_chunks((rows + kChunkRows - 1) / kChunkRows) {
         if (jobs < 1) throw py::value_error("jobs must be at least 1");
         for (const FieldColumn& field : m_fields)
             if (field.size() != rows) throw py::value_error("column " + field.name() + " does not have one value per row");
         Compile(formulas, functions, lang);
-        const size_t threads = std::min<size_t>(static_cast<size_t>(jobs), std::max<size_t>(rows, 1));
-        m_parts.resize(threads);
-        for (size_t i = 0; i < threads; ++i) {
-            m_parts[i].first = rows * i / threads;
-            m_parts[i].last = rows * (i + 1) / threads;
-        }
-        Run();
+        m_threads = std::min<size_t>(static_cast<size_t>(jobs), std::max<size_t>(m_chunks.size(), 1));
     }
 
-    size_t columns() const { return m_columns.size(); }
-    // Calls `use(row, column, value)` for every computed cell, row by row.
+    // Calculates every row, calling `use(row, column, value)` with the GIL
+    // for every computed cell, the cells of a row in column order.
     template <typename Use>
-    void ForEachResult(Use&& use) const {
-        for (const Part& part : m_parts) {
-            const Cell* cell = part.results.cells.data();
-            for (size_t row = part.first; row < part.last; ++row)
-                for (size_t k = 0; k < m_columns.size(); ++k) use(row, k, part.results.ToObject(*cell++));
+    void Run(Use&& use) {
+        std::vector<std::thread> pool;
+        {
+            py::gil_scoped_release release;
+            for (size_t i = 1; i < m_threads; ++i) pool.emplace_back([this] { Work(); });
         }
+        try {
+            std::unique_ptr<host::RecordCalculator> records;
+            for (bool more = true; more;) {
+                {
+                    py::gil_scoped_release release;
+                    if (!records) records = NewCalculator();
+                    more = TakeChunk(*records);
+                }
+                Deliver(use);
+            }
+        } catch (...) {
+            Stop(std::current_exception());
+        }
+        {
+            py::gil_scoped_release release;
+            for (std::thread& thread : pool) thread.join();
+        }
+        if (m_failure) std::rethrow_exception(m_failure);
+        Deliver(use);
     }
 
 private:
+    static constexpr size_t kChunkRows = 1024;
+
+    struct Chunk {
+        Cells results;  // row by row, the columns of a row in order
+        std::atomic<bool> done{false};
+        bool delivered = false;
+    };
+
     // One compile carries the host functions; every formula shares them.
     void Compile(const std::vector<std::pair<std::string, std::string>>& formulas, const py::object& functions,
                  const std::string& lang) {
@@ -289,24 +289,74 @@ private:
         }
     }
 
-    void Run() {
-        const host::Options options = m_first ? m_first->Options() : host::Options{};
-        {
-            py::gil_scoped_release release;
-            std::vector<std::thread> pool;
-            for (size_t i = 1; i < m_parts.size(); ++i)
-                pool.emplace_back(Calculate, std::cref(m_fields), std::cref(m_columns), std::cref(options), std::ref(m_parts[i]));
-            Calculate(m_fields, m_columns, options, m_parts[0]);
-            for (std::thread& thread : pool) thread.join();
+    std::unique_ptr<host::RecordCalculator> NewCalculator() const {
+        std::vector<std::string> names;
+        for (const FieldColumn& field : m_fields) names.push_back(field.name());
+        return std::make_unique<host::RecordCalculator>(names, m_columns, m_first ? m_first->Options() : host::Options{});
+    }
+
+    void Work() {
+        try {
+            const std::unique_ptr<host::RecordCalculator> records = NewCalculator();
+            while (TakeChunk(*records)) {
+            }
+        } catch (...) {
+            Stop(std::current_exception());
         }
-        for (const Part& part : m_parts)
-            if (part.failure) std::rethrow_exception(part.failure);
+    }
+
+    // Calculates the next chunk nobody has taken; false when none is left.
+    bool TakeChunk(host::RecordCalculator& records) {
+        const size_t index = m_next.fetch_add(1);
+        if (index >= m_chunks.size() || m_stopped.load()) return false;
+        Chunk& chunk = m_chunks[index];
+        const size_t first = index * kChunkRows, last = std::min(m_rows, first + kChunkRows);
+        chunk.results.cells.reserve((last - first) * m_columns.size());
+        std::string text;
+        for (size_t row = first; row < last; ++row) {
+            for (size_t i = 0; i < m_fields.size(); ++i) {
+                m_fields[i].FieldText(row, text);
+                records.SetField(i, text);
+            }
+            for (const host::Result& result : records.Calculate()) chunk.results.AddResult(result);
+        }
+        chunk.done.store(true, std::memory_order_release);
+        return true;
+    }
+
+    // Hands over the cells of every chunk finished and not yet handed over,
+    // then lets their memory go.
+    template <typename Use>
+    void Deliver(Use& use) {
+        for (size_t index = m_delivered; index < m_chunks.size(); ++index) {
+            Chunk& chunk = m_chunks[index];
+            if (chunk.delivered || !chunk.done.load(std::memory_order_acquire)) continue;
+            const Cell* cell = chunk.results.cells.data();
+            for (size_t row = index * kChunkRows, last = std::min(m_rows, row + kChunkRows); row < last; ++row)
+                for (size_t k = 0; k < m_columns.size(); ++k) use(row, k, chunk.results.ToObject(*cell++));
+            chunk.results = Cells();
+            chunk.delivered = true;
+        }
+        while (m_delivered < m_chunks.size() && m_chunks[m_delivered].delivered) ++m_delivered;
+    }
+
+    void Stop(std::exception_ptr failure) {
+        std::lock_guard lock(m_failureMutex);
+        if (!m_failure) m_failure = std::move(failure);
+        m_stopped.store(true);
     }
 
     std::vector<FieldColumn> m_fields;
+    size_t m_rows;
     std::unique_ptr<PyFormula> m_first;
     std::vector<host::ReportColumn> m_columns;
-    std::vector<Part> m_parts;
+    std::vector<Chunk> m_chunks;
+    size_t m_threads = 1;
+    std::atomic<size_t> m_next{0};
+    std::atomic<bool> m_stopped{false};
+    std::mutex m_failureMutex;
+    std::exception_ptr m_failure;
+    size_t m_delivered = 0;  // chunks before it are all handed over
 };
 
 }  // namespace
@@ -316,10 +366,10 @@ py::list EvaluateColumns(const std::vector<std::pair<std::string, std::string>>&
                          const py::object& functions, const std::string& lang) {
     std::vector<FieldColumn> fields;
     for (const auto& [name, values] : columns) fields.emplace_back(name, values);
-    const Table table(formulas, std::move(fields), rows, jobs, functions, lang);
+    Table table(formulas, std::move(fields), rows, jobs, functions, lang);
     std::vector<py::list> lists;
-    for (size_t k = 0; k < table.columns(); ++k) lists.emplace_back(rows);
-    table.ForEachResult([&lists](size_t row, size_t k, py::object value) {
+    for (size_t k = 0; k < formulas.size(); ++k) lists.emplace_back(rows);
+    table.Run([&lists](size_t row, size_t k, py::object value) {
         PyList_SET_ITEM(lists[k].ptr(), static_cast<Py_ssize_t>(row), value.release().ptr());
     });
     py::list out;
@@ -332,16 +382,18 @@ py::list EvaluateRecords(const std::vector<std::pair<std::string, std::string>>&
     py::list rows;
     for (const py::handle row : rowsIn)
         rows.append(PyDict_Check(row.ptr()) ? py::reinterpret_borrow<py::object>(row) : py::dict(py::reinterpret_borrow<py::object>(row)));
-    const Table table(formulas, ReadRecords(rows), rows.size(), jobs, functions, lang);
+    Table table(formulas, ReadRecords(rows), rows.size(), jobs, functions, lang);
     std::vector<py::str> names;
     for (const auto& formula : formulas) names.emplace_back(formula.first);
+    // The copies are made up front: a row without computed columns is
+    // handed over by no cell.
     py::list out(rows.size());
     for (size_t row = 0; row < rows.size(); ++row) {
         PyObject* record = PyDict_Copy(PyList_GET_ITEM(rows.ptr(), static_cast<Py_ssize_t>(row)));
         if (!record) throw py::error_already_set();
         PyList_SET_ITEM(out.ptr(), static_cast<Py_ssize_t>(row), record);
     }
-    table.ForEachResult([&](size_t row, size_t k, py::object value) {
+    table.Run([&](size_t row, size_t k, py::object value) {
         PyObject* record = PyList_GET_ITEM(out.ptr(), static_cast<Py_ssize_t>(row));
         if (PyDict_SetItem(record, names[k].ptr(), value.ptr()) != 0) throw py::error_already_set();
     });

@@ -223,20 +223,23 @@ def test_function_reference_languages_differ_in_text_only():
     assert [e["description"] for e in english] != [e["description"] for e in chinese]
 
 
-# The shared table: the module and `qorcalc eval --json` agree with the
-# expected value or error id of every case.
+# The shared table: the module, with names as a mapping and as a callable,
+# and `qorcalc eval --json` agree with the expected value or error id of
+# every case.
 @pytest.mark.parametrize("case", shared_cases(), ids=case_id)
-def test_shared_cases(case, tool):
+@pytest.mark.parametrize("as_callable", [False, True], ids=["mapping", "callable"])
+def test_shared_cases(case, as_callable, tool):
     eval_line = tool_eval(case["formula"], case["names"])
+    names = case["names"].__getitem__ if as_callable else case["names"]
     if "error" in case:
         with pytest.raises(qorcalc.FormulaError) as error:
-            qorcalc.evaluate(case["formula"], case["names"])
+            qorcalc.evaluate(case["formula"], names)
         assert error.value.id == case["error"]
         assert not eval_line["ok"] and eval_line["error"]["id"] == case["error"]
         assert eval_line["error"]["position"] == error.value.position
         return
-    text = qorcalc.evaluate_text(case["formula"], case["names"])
-    value = qorcalc.evaluate(case["formula"], case["names"])
+    text = qorcalc.evaluate_text(case["formula"], names)
+    value = qorcalc.evaluate(case["formula"], names)
     assert text == case["value"]
     assert eval_line["ok"] and (eval_line["value"], eval_line["kind"]) == (case["value"], case["kind"])
     if case["kind"] == "number":

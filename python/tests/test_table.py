@@ -103,9 +103,9 @@ def test_bad_formula_raises_before_any_row():
 
 
 def test_host_functions_in_tables_run_on_every_thread():
-    rows = [{"n": i} for i in range(300)]
+    rows = [{"n": i} for i in range(3000)]
     out = qorcalc.evaluate_table({"t": "twice(n)"}, rows, jobs=3, functions={"twice": lambda x: x * 2})
-    assert [row["t"] for row in out] == [2 * i for i in range(300)]
+    assert [row["t"] for row in out] == [2 * i for i in range(3000)]
 
 
 def test_empty_tables():
