@@ -3,10 +3,12 @@
 // The qorcalc tool, the Python module, the SQL extension and the dataframe
 // mapper are thin layers over this header; none of them runs a host loop of
 // its own.  It compiles a formula once and calculates clones of it per
-// record; answers the names a formula asks for from Bindings; runs host
-// functions given as callbacks and `js` scripts; stops a name whose answer
-// asks for itself, directly or through others; and turns every outcome into
-// a Value with its kind or an Error with its message id, position and text.
+// record (RecordCalculator: report columns over records); answers the names
+// a formula asks for from Bindings or their source; runs host functions
+// given as callbacks, by name or through a source, and `js` scripts; stops a
+// name whose answer asks for itself, directly or through others; and turns
+// every outcome into a Value with its kind or an Error with its message id,
+// position and text.
 //
 // Text at this interface is UTF-8.  Names are matched without regard to ASCII
 // letter case and independently of the process locale.
