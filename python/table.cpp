@@ -16,6 +16,8 @@
 #include <charconv>
 #include <cmath>
 #include <exception>
+#include <limits>
+#include <stdexcept>
 #include <mutex>
 #include <thread>
 
@@ -41,6 +43,8 @@ struct Cells {
     std::vector<host::Error> errors;
 
     void AddText(std::string_view text, Cell::Kind kind = Cell::Text) {
+        // Far past any text the engine takes, but never cut short silently.
+        if (text.size() > std::numeric_limits<uint32_t>::max()) throw std::length_error("a cell's text passes 4 GiB");
         Cell cell;
         cell.kind = kind;
         cell.offset = chars.size();
