@@ -389,16 +389,22 @@ py::list EvaluateRecords(const std::vector<std::pair<std::string, std::string>>&
     Table table(formulas, ReadRecords(rows), rows.size(), jobs, functions, lang);
     std::vector<py::str> names;
     for (const auto& formula : formulas) names.emplace_back(formula.first);
-    // The copies are made up front: a row without computed columns is
-    // handed over by no cell.
     py::list out(rows.size());
-    for (size_t row = 0; row < rows.size(); ++row) {
+    auto copy = [&rows, &out](size_t row) {
         PyObject* record = PyDict_Copy(PyList_GET_ITEM(rows.ptr(), static_cast<Py_ssize_t>(row)));
         if (!record) throw py::error_already_set();
         PyList_SET_ITEM(out.ptr(), static_cast<Py_ssize_t>(row), record);
+        return record;
+    };
+    if (formulas.empty()) {
+        for (size_t row = 0; row < rows.size(); ++row) copy(row);
+        return out;
     }
+    // A row's copy is made with its first computed cell, so that copying
+    // too overlaps the calculation.
+    PyObject* record = nullptr;
     table.Run([&](size_t row, size_t k, py::object value) {
-        PyObject* record = PyList_GET_ITEM(out.ptr(), static_cast<Py_ssize_t>(row));
+        if (k == 0) record = copy(row);
         if (PyDict_SetItem(record, names[k].ptr(), value.ptr()) != 0) throw py::error_already_set();
     });
     return out;
