@@ -9,8 +9,9 @@
 //        when its text reads as one, else a text, and a missing one is empty.
 //   out: a number result becomes int when its text is an integer, float
 //        otherwise; a text result stays str.
-// The GIL is held except while evaluate_table's workers calculate; host
-// functions written in Python take it back for each call.
+// The GIL is held except while evaluate_table's workers calculate
+// (table.cpp); host functions and sources written in Python take it back for
+// each call.
 #include "bridge.h"
 
 #include <pybind11/eval.h>
