@@ -30,10 +30,7 @@ using host::Result;
 constexpr size_t kBatchRecords = 512;
 constexpr size_t kTableSample = 1000;  // records that decide the table's column widths
 
-struct Column {
-    std::string name;
-    host::Formula formula;
-};
+using Column = host::ReportColumn;
 
 struct Batch {
     std::vector<std::vector<std::string>> records;
@@ -113,36 +110,23 @@ bool LoadFormulas(const std::string& path, std::istream& in, const std::vector<s
     return true;
 }
 
-// One worker's engine: a calculator and the table of names it answers from.
+// One worker's engine: the report's columns over the batches it is given.
 class Worker {
 public:
     Worker(const std::vector<std::string>& header, const std::vector<Column>& columns, Language language)
-        : m_columns(columns), m_calculator(host::Options{language, 0, {}, nullptr}) {
-        for (const std::string& name : header) m_fieldSlots.push_back(m_bindings.Declare(name));
-        for (const Column& column : columns) m_columnSlots.push_back(m_bindings.Declare(column.name));
-    }
+        : m_fieldCount(header.size()), m_records(header, columns, host::Options{language, 0, {}, nullptr}) {}
 
     void Calculate(Batch& batch) {
         for (size_t r = 0; r < batch.count; ++r) {
             const std::vector<std::string>& record = batch.records[r];
-            // A column computed for the last record is no value for this one.
-            for (int slot : m_columnSlots) m_bindings.Unset(slot);
-            for (size_t i = 0; i < m_fieldSlots.size(); ++i) m_bindings.SetValue(m_fieldSlots[i], record[i]);
-            std::vector<Result>& results = batch.results[r];
-            results.resize(m_columns.size());
-            for (size_t k = 0; k < m_columns.size(); ++k) {
-                results[k] = m_calculator.Calculate(m_columns[k].formula, m_bindings);
-                m_bindings.SetResult(m_columnSlots[k], results[k]);
-            }
+            for (size_t i = 0; i < m_fieldCount; ++i) m_records.SetField(i, record[i]);
+            batch.results[r] = m_records.Calculate();
         }
     }
 
 private:
-    const std::vector<Column>& m_columns;
-    host::Calculator m_calculator;
-    host::Bindings m_bindings;
-    std::vector<int> m_fieldSlots;
-    std::vector<int> m_columnSlots;
+    size_t m_fieldCount;
+    host::RecordCalculator m_records;
 };
 
 std::string CellText(const Result& result) {

@@ -3,10 +3,12 @@
 // The qorcalc tool, the Python module, the SQL extension and the dataframe
 // mapper are thin layers over this header; none of them runs a host loop of
 // its own.  It compiles a formula once and calculates clones of it per
-// record; answers the names a formula asks for from Bindings; runs host
-// functions given as callbacks and `js` scripts; stops a name whose answer
-// asks for itself, directly or through others; and turns every outcome into
-// a Value with its kind or an Error with its message id, position and text.
+// record (RecordCalculator: report columns over records); answers the names
+// a formula asks for from Bindings or their source; runs host functions
+// given as callbacks, by name or through a source, and `js` scripts; stops a
+// name whose answer asks for itself, directly or through others; and turns
+// every outcome into a Value with its kind or an Error with its message id,
+// position and text.
 //
 // Text at this interface is UTF-8.  Names are matched without regard to ASCII
 // letter case and independently of the process locale.
@@ -25,6 +27,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -86,6 +89,15 @@ enum class Answer : uint8_t {
     Failed,   // the failure of an earlier calculation (a computed column that failed)
 };
 
+class Bindings;
+
+// Answers a name the table has no slot for: called with the name as the
+// formula spells it and the slot just declared for it, it sets that slot
+// (SetValue, SetText, SetFormula...) or leaves it without a value.  Asked at
+// most once per name and table, only for names a calculation reaches, so a
+// formula-valued answer's own names are asked for in turn.
+using NameSource = std::function<void(std::string_view name, Bindings& bindings, int slot)>;
+
 // A table of named values.  Every name has a slot, stable for the life of
 // the table, so per-record front ends declare their columns once and then
 // set values by slot with no lookups and, after the first record, no
@@ -121,6 +133,10 @@ public:
     void SetText(std::string_view name, std::string_view text) { SetText(Declare(name), text); }
     void SetFormula(std::string_view name, std::string_view formula) { SetFormula(Declare(name), formula); }
 
+    // Where names without a slot are looked up; none by default (such a
+    // name is unknown).
+    void SetSource(NameSource source);
+
 private:
     friend class Calculator;
     struct Impl;
@@ -131,8 +147,14 @@ private:
 // (its error message says why) out.
 using HostFunction = std::function<Result(const std::vector<std::string>& args)>;
 
+// Answers a call of any function neither built in nor added by name: the
+// name as the formula spells it and the evaluated argument texts in; no
+// result when the host does not know the function either.
+using FunctionSource = std::function<std::optional<Result>(std::string_view name, const std::vector<std::string>& args)>;
+
 // Functions the host adds to the engine's built-ins.  A built-in of the same
-// name wins: the engine runs its own before it asks the host.
+// name wins: the engine runs its own before it asks the host; a function
+// added by name wins over the source.
 class Functions {
 public:
     Functions();
@@ -143,6 +165,9 @@ public:
     // Adds or replaces `name` (ASCII letter case ignored).
     void Add(std::string_view name, HostFunction function);
     const HostFunction* Find(std::u16string_view foldedName) const;
+    // Asked for every function not found by name.
+    void SetSource(FunctionSource source);
+    const FunctionSource& Source() const;
 
 private:
     struct Impl;
@@ -204,6 +229,37 @@ public:
 private:
     struct Impl;
     std::unique_ptr<Impl> m_impl;
+};
+
+// A computed column of a report: its name and its formula.
+struct ReportColumn {
+    std::string name;
+    Formula formula;
+};
+
+// Report columns record by record, as every front end that maps formulas
+// over rows calculates them: a record's fields are values (numbers when they
+// read as one), then each column is calculated in order and may use the
+// fields and the columns before it, never a column of an earlier record.
+// One per thread; the columns must outlive it.
+class RecordCalculator {
+public:
+    RecordCalculator(const std::vector<std::string>& fields, const std::vector<ReportColumn>& columns,
+                     Options options = {});
+
+    // The value of field `index` (in the order given) for the next record.
+    void SetField(size_t index, std::string_view text);
+    // The columns' results for the record whose fields were set, in order;
+    // valid until the next call.
+    const std::vector<Result>& Calculate();
+
+private:
+    const std::vector<ReportColumn>& m_columns;
+    Calculator m_calculator;
+    Bindings m_bindings;
+    std::vector<int> m_fieldSlots;
+    std::vector<int> m_columnSlots;
+    std::vector<Result> m_results;
 };
 
 // The function reference, from the engine's catalogue in `language`.

@@ -83,7 +83,10 @@ def compile(formula, functions=None, lang="en"):
 
     ``functions`` maps the names of functions the engine does not know to
     Python callables; they get the evaluated arguments (numbers as int or
-    float, the others as str) and return a number, a str or None."""
+    float, the others as str) and return a number, a str or None.  It may
+    instead be one callable taking the function's name and the list of its
+    arguments, asked for every function the engine does not know; it raises
+    KeyError for one it does not know either."""
     return Formula(formula, functions, lang)
 
 
@@ -92,7 +95,8 @@ def evaluate(formula, names=None, functions=None, lang="en"):
 
     ``names`` is a mapping or a callable taking a name (raising KeyError for
     a name it does not know); the callable is asked once for each name the
-    formula uses, before calculating."""
+    calculation reaches, including the names of a Formula it answers with.
+    ``functions`` is as for ``compile``."""
     return Formula(formula, functions, lang)._compiled._evaluate(_prepared(names))
 
 
@@ -112,25 +116,13 @@ def evaluate_table(formulas, rows, jobs=1, functions=None, lang="en"):
     columns added: a list of new dicts, or a new DataFrame.  A cell whose
     calculation failed holds its FormulaError instead of a value."""
     pairs = list(formulas.items()) if hasattr(formulas, "items") else [tuple(p) for p in formulas]
-    frame = _is_dataframe(rows)
-    if frame:
-        columns = [(str(name), _column_values(rows[name])) for name in rows.columns]
-        count = len(rows)
-    else:
-        rows = list(rows)
-        keys = list(dict.fromkeys(key for row in rows for key in row))
-        columns = [(str(key), [row.get(key) for row in rows]) for key in keys]
-        count = len(rows)
-    computed = _qorcalc._evaluate_table(pairs, columns, count, int(jobs), functions, lang)
-    if frame:
-        out = rows.copy()
-        for (name, _), values in zip(pairs, computed):
-            out[name] = values
-        return out
-    out = [dict(row) for row in rows]
+    if not _is_dataframe(rows):
+        return _qorcalc._evaluate_records(pairs, rows, int(jobs), functions, lang)
+    columns = [(str(name), _column_values(rows[name])) for name in rows.columns]
+    computed = _qorcalc._evaluate_columns(pairs, columns, len(rows), int(jobs), functions, lang)
+    out = rows.copy()
     for (name, _), values in zip(pairs, computed):
-        for row, value in zip(out, values):
-            row[name] = value
+        out[name] = values
     return out
 
 

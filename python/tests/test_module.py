@@ -124,6 +124,73 @@ def test_host_functions():
         qorcalc.evaluate("f()", functions={"f": 3})
 
 
+PRICES = {"apple": 1.5, "pear": 2}
+
+
+def catalogue(name, args):
+    """A function source: any function it knows, by its name."""
+    if name.lower() == "price":
+        return PRICES[args[0]]                 # a KeyError here too says "unknown"
+    if name == "Describe":
+        return f"{len(args)}:" + ",".join(f"{type(a).__name__}={a}" for a in args)
+    if name == "broken":
+        raise RuntimeError("catalogue offline")
+    raise KeyError(name)
+
+
+@pytest.mark.parametrize("formula, functions, expected", [
+    ("price('apple') * 2", catalogue, 3),
+    ("PRICE('pear') + 0.5", catalogue, 2.5),
+    ("Describe(1, 2.5, 'x', '7')", catalogue, "4:int=1,float=2.5,str=x,int=7"),
+    ("Describe()", catalogue, "0:"),
+    ("left('abc', 1)", catalogue, "a"),                                  # built-ins are never asked for
+    ("twice(price('apple'))", {"twice": lambda x: x * 2}, 2001),          # a mapping knows only its names
+    ("price('plum')", catalogue, 2001),
+    ("nosuch(1)", catalogue, 2001),
+    ("broken()", catalogue, 2003),
+])
+def test_functions_from_a_callable(formula, functions, expected):
+    if isinstance(expected, int) and expected > 2000:                   # an error id
+        with pytest.raises(qorcalc.FormulaError) as error:
+            qorcalc.evaluate(formula, functions=functions)
+        assert error.value.id == expected
+        return
+    assert qorcalc.evaluate(formula, functions=functions) == expected
+    assert qorcalc.compile(formula, functions).evaluate() == expected
+
+
+def test_function_source_failure_message_is_the_exception():
+    with pytest.raises(qorcalc.FormulaError) as error:
+        qorcalc.evaluate("broken()", functions=catalogue)
+    assert "catalogue offline" in error.value.message
+
+
+# A callable for names is asked for what the calculation reaches, once each,
+# and a Formula it answers with asks for its own names in turn.
+@pytest.mark.parametrize("formula, answers, expected, asked", [
+    ("qty * price", {"qty": 3, "price": 4}, 12, ["qty", "price"]),
+    ("total + 1", {"total": qorcalc.compile("(qty * 2)"), "qty": 5}, 11, ["total", "qty"]),
+    ("if(qty > 1, 'many', never)", {"qty": 3}, "many", ["qty"]),
+    ("Qty + qty + QTY", {"Qty": 2}, 6, ["Qty"]),
+    ("a + 1", {"a": qorcalc.compile("b"), "b": qorcalc.compile("a")}, 2002, ["a", "b"]),
+    ("ghost * 2", {}, 2000, ["ghost"]),
+])
+def test_names_from_a_callable(formula, answers, expected, asked):
+    seen = []
+
+    def lookup(name):
+        seen.append(name)
+        return answers[name]
+
+    if isinstance(expected, int) and expected >= 2000:
+        with pytest.raises(qorcalc.FormulaError) as error:
+            qorcalc.evaluate(formula, lookup)
+        assert error.value.id == expected
+    else:
+        assert qorcalc.evaluate(formula, lookup) == expected
+    assert seen == asked
+
+
 def test_formula_is_shared_across_threads():
     formula = qorcalc.compile("n * n")
     results = {}
@@ -156,20 +223,23 @@ def test_function_reference_languages_differ_in_text_only():
     assert [e["description"] for e in english] != [e["description"] for e in chinese]
 
 
-# The shared table: the module and `qorcalc eval --json` agree with the
-# expected value or error id of every case.
+# The shared table: the module, with names as a mapping and as a callable,
+# and `qorcalc eval --json` agree with the expected value or error id of
+# every case.
 @pytest.mark.parametrize("case", shared_cases(), ids=case_id)
-def test_shared_cases(case, tool):
+@pytest.mark.parametrize("as_callable", [False, True], ids=["mapping", "callable"])
+def test_shared_cases(case, as_callable, tool):
     eval_line = tool_eval(case["formula"], case["names"])
+    names = case["names"].__getitem__ if as_callable else case["names"]
     if "error" in case:
         with pytest.raises(qorcalc.FormulaError) as error:
-            qorcalc.evaluate(case["formula"], case["names"])
+            qorcalc.evaluate(case["formula"], names)
         assert error.value.id == case["error"]
         assert not eval_line["ok"] and eval_line["error"]["id"] == case["error"]
         assert eval_line["error"]["position"] == error.value.position
         return
-    text = qorcalc.evaluate_text(case["formula"], case["names"])
-    value = qorcalc.evaluate(case["formula"], case["names"])
+    text = qorcalc.evaluate_text(case["formula"], names)
+    value = qorcalc.evaluate(case["formula"], names)
     assert text == case["value"]
     assert eval_line["ok"] and (eval_line["value"], eval_line["kind"]) == (case["value"], case["kind"])
     if case["kind"] == "number":

@@ -1,5 +1,7 @@
 # evaluate_table against `qorcalc report` on the same rows: same values,
 # same error ids, whatever the number of jobs and the shape of the rows.
+import collections.abc
+import decimal
 import random
 
 import pandas as pd
@@ -101,11 +103,83 @@ def test_bad_formula_raises_before_any_row():
 
 
 def test_host_functions_in_tables_run_on_every_thread():
-    rows = [{"n": i} for i in range(300)]
+    rows = [{"n": i} for i in range(3000)]
     out = qorcalc.evaluate_table({"t": "twice(n)"}, rows, jobs=3, functions={"twice": lambda x: x * 2})
-    assert [row["t"] for row in out] == [2 * i for i in range(300)]
+    assert [row["t"] for row in out] == [2 * i for i in range(3000)]
 
 
 def test_empty_tables():
     assert qorcalc.evaluate_table({"a": "1"}, []) == []
     assert len(qorcalc.evaluate_table({"a": "1"}, pd.DataFrame({"x": []}), jobs=4)) == 0
+
+
+class Record(collections.abc.Mapping):
+    """A row that is a mapping but no dict."""
+
+    def __init__(self, **fields):
+        self._fields = fields
+
+    def __getitem__(self, key):
+        return self._fields[key]
+
+    def __iter__(self):
+        return iter(self._fields)
+
+    def __len__(self):
+        return len(self._fields)
+
+
+# Each field value as a list of dicts and as a DataFrame column gives the
+# same cell as one name given to evaluate_text: numbers past 64 bits, bools,
+# texts that read as numbers, other objects by their str().
+@pytest.mark.parametrize("value, formula, expected", [
+    (2 ** 70, "v + ''", str(2 ** 70)),
+    (-2 ** 63, "v * 1", -2 ** 63),
+    (True, "v + 1", 2),
+    (0.1, "v * 3", 0.3),
+    ("12", "v * 2", 24),
+    ("中文", "v + '!'", "中文!"),
+    (decimal.Decimal("1.25"), "v * 2", 2.5),
+    (None, "v + 'x'", "x"),
+])
+def test_field_values_of_every_type(value, formula, expected):
+    (row,) = qorcalc.evaluate_table({"out": formula}, [{"v": value}])
+    assert row["out"] == expected and type(row["out"]) is type(expected)
+    assert row["v"] is value
+    (frame_value,) = qorcalc.evaluate_table({"out": formula}, pd.DataFrame({"v": [value]}))["out"]
+    assert frame_value == expected
+
+
+def test_results_past_64_bits_stay_exact_integers():
+    (row,) = qorcalc.evaluate_table({"big": "n * 1000"}, [{"n": 2 ** 62}])
+    assert row["big"] == 2 ** 62 * 1000 and isinstance(row["big"], int)
+
+
+@pytest.mark.parametrize("rows, expected", [
+    # Keys in other orders, keys only some rows have, other mappings, a generator.
+    ([{"a": 1, "b": 2}, {"b": 20, "a": 10}, {"a": 5}], [3, 30, -1]),
+    ([Record(a=1, b=2), {"a": 3, "b": 4}], [3, 7]),
+    ((dict(a=i, b=1) for i in range(3)), [1, 2, 3]),
+])
+def test_rows_of_any_shape(rows, expected):
+    out = qorcalc.evaluate_table({"s": "if(b = '', -1, a + b)"}, rows, jobs=2)
+    assert [row["s"] for row in out] == expected
+    assert all(type(row) is dict for row in out)
+
+
+def test_keys_that_are_not_text_name_their_column_by_str():
+    out = qorcalc.evaluate_table({"s": "_1 + 1"}, [{"_1": 1, 2: "x"}])
+    assert out == [{"_1": 1, 2: "x", "s": 2}]
+
+
+def test_unusable_fields_are_refused():
+    with pytest.raises(ValueError):
+        qorcalc.evaluate_table({"s": "v"}, [{"v": float("inf")}])
+
+
+def test_rows_are_not_changed_and_results_are_new_dicts():
+    rows = [{"n": 1}, {"n": 2}]
+    out = qorcalc.evaluate_table({"d": "n * 2"}, rows, jobs=2)
+    assert rows == [{"n": 1}, {"n": 2}]
+    assert out == [{"n": 1, "d": 2}, {"n": 2, "d": 4}]
+    assert qorcalc.evaluate_table([], rows) == rows

@@ -26,6 +26,15 @@ int Bindings::Impl::FindWide(std::u16string_view name) {
     return FindFolded(scratch);
 }
 
+int Bindings::Impl::Lookup(std::u16string_view name, Bindings& owner) {
+    const int found = FindWide(name);
+    if (found >= 0 || !source) return found;
+    // Declared before asking, so a name is asked for once whatever the answer.
+    const int slot = owner.Declare(detail::ToUtf8(name));
+    source(slots[static_cast<size_t>(slot)].name, owner, slot);
+    return slot;
+}
+
 void Bindings::Impl::Set(int slot, Answer answer, std::string_view text) {
     Slot& s = slots.at(static_cast<size_t>(slot));
     s.answer = answer;
@@ -65,6 +74,8 @@ const std::string& Bindings::Name(int slot) const { return m_impl->slots.at(stat
 Answer Bindings::AnswerOf(int slot) const { return m_impl->slots.at(static_cast<size_t>(slot)).answer; }
 const std::string& Bindings::TextOf(int slot) const { return m_impl->slots.at(static_cast<size_t>(slot)).text; }
 
+void Bindings::SetSource(NameSource source) { m_impl->source = std::move(source); }
+
 void Bindings::SetValue(int slot, std::string_view text) { m_impl->Set(slot, Answer::Value, text); }
 void Bindings::SetText(int slot, std::string_view text) { m_impl->Set(slot, Answer::Text, text); }
 void Bindings::Unset(int slot) { m_impl->Set(slot, Answer::None, {}); }
@@ -85,6 +96,7 @@ void Bindings::SetResult(int slot, const Result& result) {
 
 struct Functions::Impl {
     std::unordered_map<std::u16string, HostFunction> functions;
+    FunctionSource source;
 };
 
 Functions::Functions() : m_impl(std::make_unique<Impl>()) {}
@@ -100,5 +112,8 @@ const HostFunction* Functions::Find(std::u16string_view foldedName) const {
     const auto it = m_impl->functions.find(std::u16string(foldedName));
     return it == m_impl->functions.end() ? nullptr : &it->second;
 }
+
+void Functions::SetSource(FunctionSource source) { m_impl->source = std::move(source); }
+const FunctionSource& Functions::Source() const { return m_impl->source; }
 
 }  // namespace qorcalc::host

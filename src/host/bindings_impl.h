@@ -26,10 +26,14 @@ struct Bindings::Impl {
     std::vector<Slot> slots;
     std::unordered_map<std::u16string, int> index;
     std::u16string scratch;
+    NameSource source;
 
     int FindFolded(const std::u16string& folded) const;
     // The slot of a name as the engine wrote it, or -1.
     int FindWide(std::u16string_view name);
+    // The slot of a name as the engine wrote it, asking the source for a
+    // name without one; -1 when there is neither.
+    int Lookup(std::u16string_view name, Bindings& owner);
     void Set(int slot, Answer answer, std::string_view text);
     // Brings `wide` and `number` up to date with `text`.
     void Prepare(Slot& s);

@@ -139,7 +139,8 @@ struct Calculator::Impl {
 
     bool AnswerText(CCalcNode* root, CCalcNode* term, const std::u16string& text);
     bool AnswerNumberOrText(CCalcNode* root, CCalcNode* term, const std::u16string& text, bool number);
-    std::optional<Result> AnswerName(CCalcNode* root, CCalcNode* term, Bindings::Impl& bindings);
+    std::optional<Result> AnswerName(CCalcNode* root, CCalcNode* term, Bindings& owner);
+    std::optional<Result> CallHost(const std::u16string& folded, const std::string& name);
     std::optional<Result> AnswerFunction(CCalcNode* root, CCalcNode* term);
     std::string CyclePath(Bindings::Impl& bindings, int start) const;
     Result Done(CCalcNode& root);
@@ -198,8 +199,9 @@ std::string Calculator::Impl::CyclePath(Bindings::Impl& bindings, int start) con
     return {};
 }
 
-std::optional<Result> Calculator::Impl::AnswerName(CCalcNode* root, CCalcNode* term, Bindings::Impl& bindings) {
-    const int slotIndex = bindings.FindWide(out.Str());
+std::optional<Result> Calculator::Impl::AnswerName(CCalcNode* root, CCalcNode* term, Bindings& owner) {
+    Bindings::Impl& bindings = *owner.m_impl;
+    const int slotIndex = bindings.Lookup(out.Str(), owner);
     if (slotIndex < 0) return Fail(kMsgUnknownName, {ToUtf8(out.Str())});
     Slot& slot = bindings.slots[static_cast<size_t>(slotIndex)];
     bindings.Prepare(slot);
@@ -229,18 +231,29 @@ std::optional<Result> Calculator::Impl::AnswerName(CCalcNode* root, CCalcNode* t
     return EngineFailure(detail::LastAskedId() ? detail::LastAskedId() : calc->GetLastErrorCode());
 }
 
+// The host's function of that name, else its source; none when neither
+// knows the function.
+std::optional<Result> Calculator::Impl::CallHost(const std::u16string& folded, const std::string& name) {
+    if (!options.functions) return std::nullopt;
+    const HostFunction* function = options.functions->Find(folded);
+    const FunctionSource& source = options.functions->Source();
+    if (!function && !source) return std::nullopt;
+    argumentTexts.resize(static_cast<size_t>(arguments.GetSize()));
+    for (int i = 0; i < arguments.GetSize(); ++i)
+        detail::Utf16ToUtf8(arguments[i].Str(), argumentTexts[static_cast<size_t>(i)]);
+    if (function) return (*function)(argumentTexts);
+    return source(name, argumentTexts);
+}
+
 std::optional<Result> Calculator::Impl::AnswerFunction(CCalcNode* root, CCalcNode* term) {
     // Raw: argument texts exactly, which a "\r\n"-joined call text cannot
     // promise when an argument holds a line break.
     term->GetFunctionCall(functionName, arguments, 1);
     detail::FoldName(functionName.Str(), folded);
-    const HostFunction* function = options.functions ? options.functions->Find(folded) : nullptr;
     const std::string name = ToUtf8(functionName.Str());
-    if (!function) return Fail(kMsgUnknownFunction, {name});
-    argumentTexts.resize(static_cast<size_t>(arguments.GetSize()));
-    for (int i = 0; i < arguments.GetSize(); ++i)
-        detail::Utf16ToUtf8(arguments[i].Str(), argumentTexts[static_cast<size_t>(i)]);
-    const Result result = (*function)(argumentTexts);
+    const std::optional<Result> called = CallHost(folded, name);
+    if (!called) return Fail(kMsgUnknownFunction, {name});
+    const Result& result = *called;
     if (!result.ok) return Fail(kMsgFunctionFailed, {name, result.error.message});
     std::u16string value;
     detail::Utf8ToUtf16(result.value.text, value);
@@ -308,7 +321,7 @@ Result Calculator::Calculate(const Formula& formula, Bindings& bindings) {
             case CALC_DONE:
                 return impl.Done(*root);
             case CALC_NEED_NAME:
-                failure = impl.AnswerName(root.get(), pending, *bindings.m_impl);
+                failure = impl.AnswerName(root.get(), pending, bindings);
                 break;
             case CALC_NEED_FUNCTION:
                 failure = impl.AnswerFunction(root.get(), pending);

@@ -148,6 +148,62 @@ TEST(HostFunctions, CallbacksGetExactArgumentsAndTheirFailuresAreNamed) {
     for (const Case& c : cases) Check(calc, b, c);
 }
 
+// A name without a slot goes to the table's source once, and only when a
+// calculation reaches it; a formula it answers asks for its own names in turn.
+TEST(HostBindings, NamesWithoutASlotAreAskedOfTheSourceOnce) {
+    std::vector<std::string> asked;
+    Bindings b;
+    b.SetValue("given", "10");
+    b.SetSource([&asked](std::string_view name, Bindings& table, int slot) {
+        asked.emplace_back(name);
+        if (name == "Qty") table.SetValue(slot, "4");
+        else if (name == "label") table.SetText(slot, "007");
+        else if (name == "total") table.SetFormula(slot, "(qty * unit)");
+        else if (name == "unit") table.SetValue(slot, "2.5");
+        else if (name == "loop") table.SetFormula(slot, "loop + 1");
+    });
+    Calculator calc;
+    const Case cases[] = {
+        {"Qty + given", true, "14", Kind::Number},
+        {"qty * 2", true, "8", Kind::Number},  // answered by the slot made for "Qty"
+        {"label", true, "007"},
+        {"total + 1", true, "11", Kind::Number},
+        {"if(given > 1, 'yes', skipped)", true, "yes"},
+        {"nobody + 1", false, "nobody", Kind::Text, kMsgUnknownName},
+        {"nobody", false, "nobody", Kind::Text, kMsgUnknownName},
+        {"loop", false, "loop -> loop", Kind::Text, kMsgCycle},
+    };
+    for (const Case& c : cases) Check(calc, b, c);
+    EXPECT_EQ(asked, (std::vector<std::string>{"Qty", "label", "total", "unit", "nobody", "loop"}));
+}
+
+// Functions not added by name go to the source; one it does not know is an
+// unknown function, a failure it reports is the function's failure.
+TEST(HostFunctions, TheSourceAnswersFunctionsNotAddedByName) {
+    Functions functions;
+    functions.Add("twice", [](const std::vector<std::string>& args) {
+        return Result::Success({Kind::Number, std::to_string(std::stoi(args.at(0)) * 2)});
+    });
+    functions.SetSource([](std::string_view name, const std::vector<std::string>& args) -> std::optional<Result> {
+        if (name == "Count") return Result::Success({Kind::Number, std::to_string(args.size())});
+        if (name == "twice") return Result::Success({Kind::Text, "source"});
+        if (name == "broken") return Result::Failure({0, -1, "offline"});
+        return std::nullopt;
+    });
+    Options options;
+    options.functions = &functions;
+    Calculator calc(options);
+    Bindings b;
+    const Case cases[] = {
+        {"Count(1, 'a', 3) * 10", true, "30", Kind::Number},
+        {"twice(4)", true, "8", Kind::Number},  // added by name: the source is not asked
+        {"broken()", false, "offline", Kind::Text, kMsgFunctionFailed},
+        {"other(1)", false, "other", Kind::Text, kMsgUnknownFunction},
+        {"left('abc', 2)", true, "ab"},
+    };
+    for (const Case& c : cases) Check(calc, b, c);
+}
+
 TEST(HostScripts, JsRunsWithinItsLimits) {
     Options options;
     options.script.time = std::chrono::milliseconds(200);
