@@ -5,6 +5,7 @@
 #include <qorcalc/buffer.h>
 #include <qorcalc/pool.h>
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <mutex>
@@ -174,6 +175,22 @@ int CatalogueBuildCount() {
 
 const CatalogueEntry& BuiltinAt(int index) { return TheCatalogue().entries[static_cast<size_t>(index)]; }
 
+namespace {
+
+// The lookup is a function of the folded name alone, and a report asks for
+// the same few names over and over: each thread keeps the answers for the
+// names it asked last, one per slot of a small table indexed by a hash of
+// the name.  Plain data, so it can be read at any point of a thread's life.
+struct CRecentName {
+    char16_t key[32];
+    uint16_t length = 0;  // 0: an empty slot (no name is empty and a built-in)
+    int16_t index = -1;
+};
+constexpr size_t kRecentNames = 64;
+thread_local CRecentName t_recentNames[kRecentNames];
+
+}  // namespace
+
 int FindBuiltin(const char16_t* name) {
     if (!name) return -1;
     // Only ASCII letters are folded, as in the lookup, so that the process
@@ -182,16 +199,28 @@ int FindBuiltin(const char16_t* name) {
     // longer name is no built-in and the lookup allocates nothing.
     char16_t key[32];
     size_t n = 0;
+    uint32_t hash = 2166136261u;
     for (; name[n]; ++n) {
         if (n + 1 == sizeof key / sizeof key[0]) return -1;
         const char16_t ch = name[n];
         key[n] = ch >= u'A' && ch <= u'Z' ? static_cast<char16_t>(ch - u'A' + u'a') : ch;
+        hash = (hash ^ key[n]) * 16777619u;
     }
     key[n] = 0;
-    const int index = TheCatalogue().lookup.BSearch(key);
+    CRecentName& recent = t_recentNames[hash % kRecentNames];
+    if (n > 0 && recent.length == n && std::equal(key, key + n, recent.key)) return recent.index;
+    const CStringPool& lookup = TheCatalogue().lookup;
+    const int found = lookup.BSearch(key);
     // The lookup may hold one empty string after the last name (the blob ends
     // with a terminator); it is no built-in.
-    return index >= 0 && index < kBuiltinCount ? index : -1;
+    const int index = found >= 0 && found < kBuiltinCount ? found : -1;
+    // Before the catalogue is built every name is unknown; that is not kept.
+    if (n > 0 && lookup.GetSize() > 0) {
+        std::copy(key, key + n, recent.key);
+        recent.length = static_cast<uint16_t>(n);
+        recent.index = static_cast<int16_t>(index);
+    }
+    return index;
 }
 
 }  // namespace qorcalc::func
