@@ -192,7 +192,8 @@ public:
     const CString& RawText() const { return m_text; }
     // Sets the text exactly as given (no quote removal), mask 2.
     void AssignText(const CString& text);
-    // AssignText taking the text's storage; `text` is left with the old one.
+    // AssignText that may take the text's storage (`text` is then left with
+    // the node's old one); the caller no longer needs `text`.
     QORCALC_LOCAL void TakeText(CString& text);
 
     // The children array, for the evaluator's in-place list rewriting.

@@ -8,6 +8,8 @@ namespace {
 
 constexpr char16_t kApostrophe = u'\'';
 constexpr char16_t kDoubleQuote = u'"';
+// Characters beyond which TakeText moves a text rather than copying it.
+constexpr int kLongText = 64;
 
 }  // namespace
 
@@ -66,7 +68,13 @@ void CCalcNode::AssignText(const CString& text) {
 }
 
 void CCalcNode::TakeText(CString& text) {
-    m_text.Str().swap(text.Str());
+    // A short text is copied, so that both keep the storage they have for
+    // the next value; a long one changes hands instead of being copied.
+    if (text.GetLength() > kLongText) {
+        m_text.Str().swap(text.Str());
+    } else {
+        m_text.Str().assign(text.Str());
+    }
     m_valid = 2;
 }
 
