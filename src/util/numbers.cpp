@@ -216,8 +216,13 @@ void CUtilityCalc::Double2Str(CString& out, double value, int decimals) {
         const int precision = std::clamp(kSignificantDigits - integerDigits, 0, kMaxWrittenDecimals);
         const auto res = std::to_chars(buf, buf + sizeof buf, a, std::chars_format::fixed, precision);
         AssignWidened(out, buf, res.ptr);
-        RoundStr(out, n);
-        if (decimals < 0) DropFractionZeros(out.Str());
+        // Asked for as it is, the text has at most 15 digits, fewer than
+        // rounding keeps: only its fraction's trailing zeros go.
+        if (decimals < 0) {
+            DropFractionZeros(out.Str());
+        } else {
+            RoundStr(out, n);
+        }
     }
     // The sign follows the value, not the rounded text: -0.001 to 2 decimals is "-0.00".
     if (value < 0) out.Insert(0, u'-');
