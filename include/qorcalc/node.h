@@ -229,6 +229,7 @@ private:
     // spares (null: none) for Make.
     QORCALC_LOCAL static void Free(CCalcNode* node, qorcalc::expr::CThreadSpares* spares);
     QORCALC_LOCAL static CCalcNode* Make(qorcalc::expr::CThreadSpares* spares, CCalcNode* parent, uint8_t kind);
+    QORCALC_LOCAL static void LetGo(CCalcNode* node, qorcalc::expr::CThreadSpares* spares);
     QORCALC_LOCAL void Reset(CCalcNode* parent, uint8_t kind);
 
     uint8_t m_kind;

@@ -90,27 +90,31 @@ void CCalcNode::Free(CCalcNode* node, qorcalc::expr::CThreadSpares* spares) {
     spares->nodes.push_back(node);
 }
 
-// Lets go of whole subtrees without recursion or allocation: the nodes still
-// to let go of are chained through their parent pointers, which mean nothing
-// once the parent itself is let go of.
+// Lets go of a node's whole subtree without recursion: a leaf at once, a
+// larger subtree through a stack of the nodes still to let go of (the
+// thread's spare one, so it allocates nothing once grown).
 void CCalcNode::Discard(CCalcNode* node) {
     if (!node) return;
     qorcalc::expr::CThreadSpares* const spares = qorcalc::expr::ThreadSpares();
-    node->m_pParent = nullptr;
-    while (node) {
-        CCalcNode* next = node->m_pParent;
-        for (CCalcNode* child : node->m_children) {
-            child->m_pParent = next;
-            next = child;
-        }
+    if (node->m_children.empty()) return LetGo(node, spares);
+    qorcalc::support::CThreadSpare<std::vector<CCalcNode*>> pending;
+    for (;;) {
+        pending->insert(pending->end(), node->m_children.begin(), node->m_children.end());
         node->m_children.clear();
-        node->m_pParent = nullptr;
-        if (node->m_pTree && node->m_pTree->KeepsDead()) {
-            node->m_pTree->Retire(node);
-        } else {
-            Free(node, spares);
-        }
-        node = next;
+        LetGo(node, spares);
+        if (pending->empty()) return;
+        node = pending->back();
+        pending->pop_back();
+    }
+}
+
+// A childless node no parent holds: kept dead by its tree while the tree
+// keeps its nodes, else freed (or kept for Make).
+void CCalcNode::LetGo(CCalcNode* node, qorcalc::expr::CThreadSpares* spares) {
+    if (node->m_pTree && node->m_pTree->KeepsDead()) {
+        node->m_pTree->Retire(node);
+    } else {
+        Free(node, spares);
     }
 }
 

@@ -74,6 +74,9 @@ bool CCalcTree::Accepts(CCalcNode* term) const {
 void CCalcTree::Retire(CCalcNode* node) {
     node->m_bDead = 1;
     node->m_text = CString();
+    // A small tree's nodes go back to the thread's spares with their
+    // children storage; a tree too large for them all frees it now.
+    if (m_nNodes > static_cast<size_t>(CALC_MAX_KEPT_NODES)) std::vector<CCalcNode*>().swap(node->m_children);
     m_dead.push_back(node);
 }
 
