@@ -11,8 +11,10 @@
 
 #include <qorcalc/api.h>
 #include <qorcalc/buffer.h>
+#include <qorcalc/calc.h>
 #include <qorcalc/cells.h>
 #include <qorcalc/func.h>
+#include <qorcalc/node.h>
 #include <qorcalc/pool.h>
 #include <qorcalc/streams.h>
 #include <qorcalc/utility.h>
@@ -21,6 +23,7 @@
 
 #include <cstdlib>
 #include <functional>
+#include <memory>
 #include <new>
 #include <string>
 #include <vector>
@@ -84,6 +87,15 @@ template <class First, class... Rest>
 std::string Show(const First& first, const Rest&... rest) {
     return Show(first) + "|" + Show(rest...);
 }
+
+// A compiled formula whose nodes the node cases work on.
+std::unique_ptr<CCalcNode> Compiled(const char16_t* formula) {
+    std::unique_ptr<ICalc> calc(NewCalc(nullptr, nullptr));
+    int pos = -1;
+    return std::unique_ptr<CCalcNode>(calc->Compile(formula, &pos));
+}
+
+constexpr const char16_t* kFormula = u"concat('first text', upper('second text'), 12.5 * 4, someName)";
 
 struct Case {
     const char* routine;               // the reported place of the failure
@@ -323,6 +335,46 @@ const std::vector<Case>& Cases() {
              SetDateTimeFormat(u"%Y.%m.%d", 1);
              return Show(out);
          }, ""},
+        {"CCalcNode::Clone", [] {
+             const auto root = Compiled(kFormula);
+             std::unique_ptr<CCalcNode> copy(Armed([&] { return root->Clone(); }));
+             CString formula;
+             if (copy) copy->GetFormula(formula);
+             return Show(formula);
+         }, ""},
+        {"CCalcNode::GetFormula", [] {
+             const auto root = Compiled(kFormula);
+             CString out(u"old");
+             Armed([&] { root->GetFormula(out); });
+             return Show(out);
+         }, ""},
+        {"CCalcNode::GetText", [] {
+             const auto root = Compiled(u"'a text value that is long enough'");
+             CString out(u"old");
+             Armed([&] { root->GetAt(0)->GetText(out, 1); });
+             return Show(out);
+         }, ""},
+        {"CCalcNode::GetNames", [] {
+             const auto root = Compiled(kFormula);
+             CStringArray names;
+             Armed([&] { root->GetFunctionNames(names); });
+             return Show(names);
+         }, ""},
+        {"CCalcNode::GetFunctionCall", [] {
+             const auto root = Compiled(kFormula);
+             CString name;
+             CStringArray args;
+             const int n = Armed([&] { return root->GetAt(0)->GetFunctionCall(name, args, 0); });
+             return Show(n, name, args);
+         }, "0||"},
+        {"CCalcNode::SetText", [] {
+             const auto root = Compiled(u"'old text'");
+             const CString text(u"'a new text that needs room'");
+             const int n = Armed([&] { return root->GetAt(0)->SetText(text); });
+             CString now;
+             root->GetAt(0)->GetText(now, 0);
+             return Show(n, now);
+         }, "0|old text"},
     };
     return cases;
 }

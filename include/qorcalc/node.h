@@ -23,6 +23,13 @@
 // or removed) is not freed but kept, marked dead and emptied, until the root
 // is deleted: a node pointer a host still holds stays safe to hand back, and
 // the calculator refuses it as stale.
+//
+// No member throws.  On exhausted memory Clone gives null, Add and
+// CountFunctions -1, SetText, SetLiteral, ClassifyToken and GetFunctionCall
+// 0, and the texts and arrays a member fills are left empty; SetText and the
+// value setters leave the node as it was, or holding its number alone; the
+// failure (message 1305) is the last error.  Letting go of nodes allocates
+// nothing.
 #pragma once
 
 #include <qorcalc/buffer.h>
@@ -203,6 +210,9 @@ private:
     QORCALC_LOCAL void WriteTree(CWriter& writer, bool converted, bool nextToText);
     QORCALC_LOCAL void WriteSelf(CWriter& writer, bool converted, bool nextToText, bool& opened);
     QORCALC_LOCAL void CollectDistinctTexts(CStringArray& texts, uint8_t kind);
+    QORCALC_LOCAL int FunctionCall(CString& name, CStringArray& args, int raw);
+    QORCALC_LOCAL void TextInto(CString& out, int quote);
+    QORCALC_LOCAL int ClassifyInto(const CString& text);
     QORCALC_LOCAL const CString& CurrentNumberText();
     QORCALC_LOCAL static void DeleteChildren(std::vector<CCalcNode*>& children);
 
