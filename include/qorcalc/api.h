@@ -138,6 +138,13 @@ Result Shielded(const char16_t* where, Result failed, Body&& body, Outputs&... e
 template <class Body, class... Outputs>
 void ShieldedInto(const char16_t* where, Body&& body, Outputs&... emptied);
 
+// Makes room for one more element ahead of a step that must not fail
+// later, growing by half so that a run of additions stays linear.
+template <class Vector>
+void ReserveOneMore(Vector& items) {
+    if (items.size() == items.capacity()) items.reserve(items.size() + items.size() / 2 + 1);
+}
+
 template <class Output>
 void EmptyOutput(Output& output) noexcept {
     if constexpr (requires { output.RemoveAll(); })

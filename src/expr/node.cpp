@@ -105,7 +105,7 @@ CCalcNode* CCalcNode::GetAt(int index) {
 int CCalcNode::Add(CCalcNode* child) {
     if (!child) return -1;
     return Shielded(u"CCalcNode::Add", -1, [&] {
-        m_children.reserve(m_children.size() + 1);
+        qorcalc::detail::ReserveOneMore(m_children);
         // A node made apart (a clone, a node of another tree) joins this tree.
         if (child->m_pTree != m_pTree) CCalcTree::Adopt(child, m_pTree);
         m_children.push_back(child);

@@ -180,7 +180,7 @@ void CStringPool::Load(const CStringArray& items) {
 int CStringPool::Add(const CString& s) {
     if (!CanGrow(ByteSize(s))) return -1;
     return Shielded(u"CStringPool::Add", -1, [&] {
-        m_offsets.Items().reserve(m_offsets.Items().size() + 1);
+        qorcalc::detail::ReserveOneMore(m_offsets.Items());
         const uint32_t pos = m_mem.GetSize();
         PlaceString(pos, s, static_cast<uint32_t>(ByteSize(s)));
         return m_offsets.Add(pos);
@@ -190,8 +190,8 @@ int CStringPool::Add(const CString& s) {
 void CStringPool::InsertAt(int index, const CString& s) {
     if (index < 0 || index >= GetSize() || !CanGrow(ByteSize(s))) return;
     Shielded(u"CStringPool::InsertAt", false, [&] {
-        m_offsets.Items().reserve(m_offsets.Items().size() + 1);
-        if (index < m_tags.GetSize()) m_tags.Items().reserve(m_tags.Items().size() + 1);
+        qorcalc::detail::ReserveOneMore(m_offsets.Items());
+        if (index < m_tags.GetSize()) qorcalc::detail::ReserveOneMore(m_tags.Items());
         const uint32_t bytes = static_cast<uint32_t>(ByteSize(s));
         const uint32_t pos = m_offsets[index];
         PlaceString(pos, s, bytes);
