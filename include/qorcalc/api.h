@@ -13,8 +13,10 @@
 #include <qorcalc/message_ids.h>
 #include <qorcalc/string.h>
 
+#include <cstddef>
 #include <cstdint>
-#include <new>
+#include <string_view>
+#include <utility>
 
 class ICalc;
 class CFuncMnger;
@@ -95,24 +97,88 @@ struct LimitExceeded {
     CString text;
 };
 
+// Guards running on this thread.  Guarded counts itself in, so that a
+// toolbox routine called inside an operation lets its exception pass on to
+// the operation's guard: the operation is abandoned as a whole instead of
+// carrying on with one routine's failure value.
+bool InsideGuard() noexcept;
+class GuardDepth {
+public:
+    GuardDepth() noexcept;
+    ~GuardDepth();
+    GuardDepth(const GuardDepth&) = delete;
+    GuardDepth& operator=(const GuardDepth&) = delete;
+};
+
+// Reports the exception being handled as an engine-level failure: a limit's
+// own id and text, 1305 for exhausted memory, else 1306, with `where` as the
+// message's "%s".  Call it from a catch handler only.
+void ReportCurrentException(const char16_t* where) noexcept;
+
+// Throws LimitExceeded (CALC_MSG_TEXT_TOO_LONG, quoting the start of
+// `source`) when a text of `length` characters would pass
+// CALC_MAX_TEXT_LENGTH; called before the text is built.
+void CheckTextLength(size_t length, std::u16string_view source);
+
 // Runs `body` and returns its result; an exception becomes the failure value
-// `failed`, with the engine-level failure reported (1305 for exhausted
-// memory, the limit's own id, else 1306) and `where` as the message's "%s".
+// `failed`, with the failure reported as ReportCurrentException does.
 // Every exported entry point that does real work runs inside it.
 template <class Body, class Result>
 Result Guarded(const char16_t* where, Result failed, Body&& body) noexcept;
+
+// Guarded for the exported toolbox routines: inside another guard the body
+// runs bare and its exception reaches that guard; the outermost call on a
+// thread turns it into `failed` and empties each of `emptied` (texts,
+// arrays, blocks), so no half-built output is left behind.
+template <class Body, class Result, class... Outputs>
+Result Shielded(const char16_t* where, Result failed, Body&& body, Outputs&... emptied);
+
+// Shielded for a routine without a failure return: on failure its outputs
+// are emptied, and the recorded failure says why.
+template <class Body, class... Outputs>
+void ShieldedInto(const char16_t* where, Body&& body, Outputs&... emptied);
+
+// Makes room for one more element ahead of a step that must not fail
+// later, growing by half so that a run of additions stays linear.
+template <class Vector>
+void ReserveOneMore(Vector& items) {
+    if (items.size() == items.capacity()) items.reserve(items.size() + items.size() / 2 + 1);
+}
+
+template <class Output>
+void EmptyOutput(Output& output) noexcept {
+    if constexpr (requires { output.RemoveAll(); })
+        output.RemoveAll();
+    else
+        output.Empty();
+}
 }  // namespace qorcalc::detail
 
 template <class Body, class Result>
 Result qorcalc::detail::Guarded(const char16_t* where, Result failed, Body&& body) noexcept {
     try {
+        const GuardDepth depth;
         return body();
-    } catch (const LimitExceeded& e) {
-        ReportEngineFailure(e.id, e.text);
-    } catch (const std::bad_alloc&) {
-        ReportEngineFailure(CALC_MSG_OUT_OF_MEMORY, where);
     } catch (...) {
-        ReportEngineFailure(CALC_MSG_INTERNAL, where);
+        ReportCurrentException(where);
     }
     return failed;
+}
+
+template <class Body, class Result, class... Outputs>
+Result qorcalc::detail::Shielded(const char16_t* where, Result failed, Body&& body, Outputs&... emptied) {
+    if (InsideGuard()) return body();
+    bool done = false;
+    Result result = Guarded(where, std::move(failed), [&]() -> Result {
+        Result value = body();
+        done = true;
+        return value;
+    });
+    if (!done) (EmptyOutput(emptied), ...);
+    return result;
+}
+
+template <class Body, class... Outputs>
+void qorcalc::detail::ShieldedInto(const char16_t* where, Body&& body, Outputs&... emptied) {
+    Shielded(where, false, [&] { return body(), true; }, emptied...);
 }

@@ -5,6 +5,12 @@
 // CStringBuilder is the CWriter that collects into UTF-16 text.  Every
 // position and count is clamped to the data, so no call reads or writes
 // outside the block.
+//
+// No routine defined in the library throws: on exhausted memory the block
+// or builder being filled is left empty and a returned text is empty, with
+// the failure (message 1305) as the last error.  The members defined here
+// in the header (AddByte, Copy, the capacity constructors) are the caller's
+// own code and may throw std::bad_alloc.
 #pragma once
 
 #include <qorcalc/export.h>

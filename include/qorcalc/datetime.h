@@ -10,7 +10,10 @@
 //   - date parts are taken after rounding to the nearest whole second;
 //   - an invalid or null date reads -1 for every part (GetYear, ...) and
 //     formats as the empty text;
-//   - the calendar is the proleptic Gregorian one throughout.
+//   - the calendar is the proleptic Gregorian one throughout;
+//   - nothing here throws: Format gives the empty text without memory or
+//     when its text would pass CALC_MAX_TEXT_LENGTH, recording the failure
+//     (1305 or 1300) as the last error.
 #pragma once
 
 #include <qorcalc/export.h>

@@ -11,6 +11,10 @@
 // host) for lookup, display and invocation.  Copy copies every field, so an
 // item can be handed out by value to the host.
 //
+// Neither throws: SetResult(double) and ResetDoubleString give 0 without
+// memory (the result text empty), Copy then leaves a default item; the
+// failure (message 1305) is the last error.
+//
 // CFuncMnger holds the host's items beside the process-wide catalogue of
 // built-ins; see the class for its invariants.
 #pragma once

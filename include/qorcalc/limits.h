@@ -10,8 +10,9 @@
 // return (null, 0 or CALC_ERROR) and the message id beside it
 // (qorcalc/message_ids.h); the last-error text is the provider's text of that
 // id with the offending text, cut to CALC_MAX_QUOTED_LENGTH characters, as
-// its one "%s".  The toolbox (CUtilityCalc) records no errors: its limits cut
-// or refuse as each routine documents.
+// its one "%s".  The toolbox (CUtilityCalc, CVek, CString, ...) cuts or
+// refuses as each routine documents; a text it would build past
+// CALC_MAX_TEXT_LENGTH is refused with its failure value and message 1300.
 #pragma once
 
 // Characters of any text value an operation may produce: a function result,

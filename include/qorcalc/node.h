@@ -29,6 +29,13 @@
 // and short texts included) instead of freeing it.  Only nodes of exactly
 // this class are kept, and every kept node is an ordinary heap object, so a
 // host may still make nodes with new and delete any node it owns.
+//
+// No member throws.  On exhausted memory Clone gives null, Add and
+// CountFunctions -1, SetText, SetLiteral, ClassifyToken and GetFunctionCall
+// 0, and the texts and arrays a member fills are left empty; SetText and the
+// value setters leave the node as it was, or holding its number alone; the
+// failure (message 1305) is the last error.  Letting go of nodes allocates
+// nothing.
 #pragma once
 
 #include <qorcalc/buffer.h>
@@ -174,6 +181,9 @@ public:
 
     // Copies kind, op, value and position (not children, not parent).
     void CopyValue(const CCalcNode& source);
+    // CopyValue for the engine's own use: throws when the text cannot be
+    // copied (the node is then left as it was).
+    QORCALC_LOCAL void CopyFrom(const CCalcNode& source);
     // A group with children takes its first child's value and drops them.
     void Unwrap();
     // Sets text and op from an operator spelling; 0 for no operator.
@@ -223,6 +233,9 @@ private:
     QORCALC_LOCAL void WriteTree(CWriter& writer, bool converted, bool nextToText);
     QORCALC_LOCAL void WriteSelf(CWriter& writer, bool converted, bool nextToText, bool& opened);
     QORCALC_LOCAL void CollectDistinctTexts(CStringArray& texts, uint8_t kind);
+    QORCALC_LOCAL int FunctionCall(CString& name, CStringArray& args, int raw);
+    QORCALC_LOCAL void TextInto(CString& out, int quote);
+    QORCALC_LOCAL int ClassifyInto(const CString& text);
     QORCALC_LOCAL const CString& CurrentNumberText();
     QORCALC_LOCAL static void DeleteChildren(std::vector<CCalcNode*>& children);
     // Frees a childless node no parent holds, or keeps it with the thread's

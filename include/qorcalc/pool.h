@@ -23,6 +23,10 @@
 // Limits: the block holds at most 1 GiB; an Add, InsertAt or SetAt that
 // would grow it further does nothing (Add returns -1), and LoadSortedBuf
 // and Deserialize refuse a larger block.
+// Nothing here throws: on exhausted memory Add returns -1 and Add, InsertAt
+// and SetAt leave the pool as it was; Copy, Load, LoadSortedBuf (0) and
+// Deserialize (0) leave it empty; the failure (message 1305) is the last
+// error.
 #pragma once
 
 #include <qorcalc/buffer.h>

@@ -9,6 +9,10 @@
 // streams; the memory streams ignore it.  A memory block is written as its
 // 32-bit byte count followed by the bytes, and reading one checks that the
 // bytes are there before it allocates anything.
+//
+// The memory streams never throw: without memory a write fails (0), ReadMem
+// leaves the block empty, and an input stream that cannot copy its data is
+// empty; the failure (message 1305) is the last error.
 #pragma once
 
 #include <qorcalc/export.h>

@@ -10,7 +10,17 @@
 //     another type is written literally, so a host-supplied message text can
 //     never cause undefined behaviour;
 //   - ordinal comparisons (==, Compare) never depend on the process locale;
-//     collation and case mapping follow the C library's current locale.
+//     collation and case mapping follow the C library's current locale;
+//   - no member defined in the library throws.  On exhausted memory, or a
+//     text that would pass CALC_MAX_TEXT_LENGTH (a repeat, a Replace that
+//     grows the text),
+//     a constructor or a change in place leaves the text empty, a returned
+//     text is empty, Insert and Replace return -1 and leave the text as it
+//     was, Collate falls back to the ordinal order; the failure (message
+//     1305 or 1300) is the last error.  The members defined here in the
+//     header (+= of a CString or a character, AppendChar, the constructors
+//     from standard strings) are the caller's own code and may throw
+//     std::bad_alloc as any standard string does.
 #pragma once
 
 #include <qorcalc/export.h>

@@ -9,8 +9,14 @@
 // Rules that hold for every member:
 //   - "." is the decimal point and "," the group separator, whatever the
 //     locale;
-//   - nothing here records an error or throws: bad input reads as far as it
-//     goes, or gives 0 / an empty text;
+//   - bad input records no error: it reads as far as it goes, or gives 0 /
+//     an empty text;
+//   - nothing here throws.  Every routine that allocates runs inside the
+//     engine's guard: on exhausted memory, or when its text would pass
+//     CALC_MAX_TEXT_LENGTH, a routine returning a count gives -1, one
+//     returning a flag or a number gives 0, and the texts and arrays it
+//     writes are left empty; the failure is recorded as the last error
+//     (message 1305 or the limit's id, see qorcalc/limits.h);
 //   - a null text pointer is taken as the empty text;
 //   - the only state is the three switches, process-wide and unguarded: the
 //     host sets them before it calculates.

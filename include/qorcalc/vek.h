@@ -4,6 +4,12 @@
 // The last error is kept per thread, so calculators on different threads
 // never see each other's errors.  Every helper takes a null text as empty
 // and never reads outside its arguments.
+//
+// Nothing here throws: on exhausted memory, or a text that would pass
+// CALC_MAX_TEXT_LENGTH, a helper returning a count or a position gives -1,
+// one returning a flag 0, and the texts and arrays it writes are left
+// empty; the failure (message 1305 or the limit's id) is the last error.
+// Error keeps the old text when it cannot copy the new one.
 #pragma once
 
 #include <qorcalc/collections.h>

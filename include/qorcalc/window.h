@@ -1,6 +1,10 @@
 // Host windows for the `js` built-in.  A host registers a handler under a
 // handle; IsWindow and SendMessageW then reach it exactly as the built-in
 // expects of a window, without any windowing system.
+//
+// Nothing here throws: RegisterHostWindow gives null without memory, and
+// SendMessageW gives 0 when the handler throws or cannot be copied; the
+// failure (1305 for memory, else 1306) is the last error.
 #pragma once
 
 #include <qorcalc/export.h>

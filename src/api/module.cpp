@@ -5,6 +5,7 @@
 #include <qorcalc/vek.h>
 
 #include <cstdlib>
+#include <new>
 #include <ctime>
 
 namespace {
@@ -35,12 +36,16 @@ void SetLggInterface(ILggInterface* provider) { State().provider = provider; }
 
 const char16_t* GetLastErrorText() { return CVek::GetLastError(); }
 
+// Without memory for the new format the old one stays.
 void SetDateTimeFormat(const char16_t* format, int bDate) {
-    (bDate ? State().dateFormat : State().dateTimeFormat) = format;
+    qorcalc::detail::ShieldedInto(u"SetDateTimeFormat", [&] {
+        CString copy = format;
+        (bDate ? State().dateFormat : State().dateTimeFormat).Str().swap(copy.Str());
+    });
 }
 
 void GetDateTimeFormat(CString& out, int bDate) {
-    out = bDate ? State().dateFormat : State().dateTimeFormat;
+    qorcalc::detail::ShieldedInto(u"GetDateTimeFormat", [&] { out = bDate ? State().dateFormat : State().dateTimeFormat; }, out);
 }
 
 CString TimeToString(const COleDateTime& time, int bDate) {
@@ -82,6 +87,7 @@ struct EngineFailure {
 };
 
 thread_local EngineFailure t_engineFailure;
+thread_local int t_guardDepth = 0;
 
 CString Quoted(const CString& text) {
     if (text.GetLength() <= CALC_MAX_QUOTED_LENGTH) return text;
@@ -108,7 +114,36 @@ CString ReportMessage(uint32_t id, const CString& argument) {
     return text;
 }
 
+bool InsideGuard() noexcept { return t_guardDepth > 0; }
+GuardDepth::GuardDepth() noexcept { ++t_guardDepth; }
+GuardDepth::~GuardDepth() { --t_guardDepth; }
+
+void ReportCurrentException(const char16_t* where) noexcept {
+    const GuardDepth depth;  // reporting's own failures come back here
+    uint32_t id = CALC_MSG_INTERNAL;
+    try {
+        try {
+            throw;
+        } catch (const LimitExceeded& e) {
+            ReportEngineFailure(e.id, e.text);
+            return;
+        } catch (const std::bad_alloc&) {
+            id = CALC_MSG_OUT_OF_MEMORY;
+        } catch (...) {
+        }
+        ReportEngineFailure(id, CString(where));
+    } catch (...) {
+        ReportEngineFailure(id, CString());
+    }
+}
+
+void CheckTextLength(size_t length, std::u16string_view source) {
+    if (length <= static_cast<size_t>(CALC_MAX_TEXT_LENGTH)) return;
+    throw LimitExceeded{CALC_MSG_TEXT_TOO_LONG, CString(source.substr(0, CALC_MAX_QUOTED_LENGTH + 1))};
+}
+
 void ReportEngineFailure(uint32_t id, const CString& argument) noexcept {
+    const GuardDepth depth;  // the toolbox routines it calls throw to the handlers below
     try {
         ReportMessage(id, argument);
         return;

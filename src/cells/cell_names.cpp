@@ -8,6 +8,7 @@
 // locale: any letter of the locale may stand between the column letters and
 // the row, so under a UTF-8 locale "A\u00e97" reads as A7, under the C locale
 // as no cell.  Text after the row number is ignored ("C12x" is C12).
+#include <qorcalc/api.h>
 #include <qorcalc/cells.h>
 #include <qorcalc/utility.h>
 #include <qorcalc/vek.h>
@@ -15,6 +16,9 @@
 #include "support/text.h"
 
 #include <string>
+
+using qorcalc::detail::Shielded;
+using qorcalc::detail::ShieldedInto;
 
 namespace {
 
@@ -69,28 +73,34 @@ int CUtilityCalc::CellName2RowCol(CRowCol& cell, const char16_t* name, int bStri
 }
 
 int CUtilityCalc::GetColName(int col, CString& out) {
-    if (static_cast<uint32_t>(col) > kMaxNamedCol) return 0;
-    out = CString(ColumnLetters(col));
-    return 1;
+    return Shielded(u"CUtilityCalc::GetColName", 0, [&]() -> int {
+        if (static_cast<uint32_t>(col) > kMaxNamedCol) return 0;
+        out = CString(ColumnLetters(col));
+        return 1;
+    }, out);
 }
 
 int CUtilityCalc::GetCellName(CString& out, int row, int col) {
-    if (static_cast<uint32_t>(row) > kMaxNamedRow || static_cast<uint32_t>(col) > kMaxNamedCol) return 0;
-    std::u16string name = ColumnLetters(col);
-    for (char c : std::to_string(row + 1)) name += static_cast<char16_t>(c);
-    out = CString(std::move(name));
-    return 1;
+    return Shielded(u"CUtilityCalc::GetCellName", 0, [&]() -> int {
+        if (static_cast<uint32_t>(row) > kMaxNamedRow || static_cast<uint32_t>(col) > kMaxNamedCol) return 0;
+        std::u16string name = ColumnLetters(col);
+        for (char c : std::to_string(row + 1)) name += static_cast<char16_t>(c);
+        out = CString(std::move(name));
+        return 1;
+    }, out);
 }
 
 // The first cell's failure is not checked: `out` then keeps what it held.
 void CUtilityCalc::RowCols2CellName(const CRowCols& range, CString& out, int bAt1, int bAt2) {
-    GetCellName(out, range.m_nRow1, range.m_nCol1);
-    if (bAt1) out.Insert(0, kMarker);
-    CString second;
-    if (range.m_nRow2 < 0 || !GetCellName(second, range.m_nRow2, range.m_nCol2)) return;
-    if (bAt2) second.Insert(0, kMarker);
-    out += u':';
-    out += second;
+    ShieldedInto(u"CUtilityCalc::RowCols2CellName", [&] {
+        GetCellName(out, range.m_nRow1, range.m_nCol1);
+        if (bAt1) out.Insert(0, kMarker);
+        CString second;
+        if (range.m_nRow2 < 0 || !GetCellName(second, range.m_nRow2, range.m_nCol2)) return;
+        if (bAt2) second.Insert(0, kMarker);
+        out += u':';
+        out += second;
+    }, out);
 }
 
 // A single cell sets only the first corner; a range sets both corners as

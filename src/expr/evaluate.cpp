@@ -267,7 +267,7 @@ int ReduceArithmetic(CCalcNode* node, uint8_t format, uint32_t& errorCode) {
         return 0;
     if (compares == 0) {
         if (list.size() != 1) return fail();
-        node->CopyValue(*list[0]);
+        node->CopyFrom(*list[0]);
         node->RemoveAll();
         return 1;
     }

@@ -63,7 +63,7 @@ CCalcNode* OwnStep(CCalcNode* node, int& code) {
             return node;
         }
         // The root takes the value of its last operand and is done.
-        if (CCalcNode* only = FirstChild(node)) node->CopyValue(*only);
+        if (CCalcNode* only = FirstChild(node)) node->CopyFrom(*only);
         node->RemoveAll();
         break;
     case NodeGroup:

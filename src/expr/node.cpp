@@ -2,15 +2,21 @@
 // walk keeps its own stack, so no tree is too deep to delete, copy or visit.
 #include <qorcalc/node.h>
 
+#include <qorcalc/api.h>
 #include <qorcalc/utility.h>
 #include <qorcalc/vek.h>
 
+#include <memory>
+#include <new>
 #include <typeinfo>
 #include <utility>
 
 #include "expr/spares.h"
 #include "support/thread_spare.h"
 #include "expr/tree.h"
+
+using qorcalc::detail::Shielded;
+using qorcalc::detail::ShieldedInto;
 
 CCalcNode::CCalcNode(CCalcNode* parent, uint8_t kind)
     : m_kind(kind), m_pParent(parent), m_pTree(parent ? parent->m_pTree : nullptr) {
@@ -25,6 +31,17 @@ CCalcNode::~CCalcNode() {
 }
 
 namespace qorcalc::expr {
+
+CThreadSpares::CThreadSpares() {
+    // Without the room the thread keeps nothing, and every node is freed.
+    try {
+        nodes.reserve(static_cast<size_t>(CALC_MAX_KEPT_NODES));
+        trees.reserve(static_cast<size_t>(CALC_MAX_KEPT_TREES));
+    } catch (const std::bad_alloc&) {
+        std::vector<CCalcNode*>().swap(nodes);
+        std::vector<CCalcTree*>().swap(trees);
+    }
+}
 
 CThreadSpares::~CThreadSpares() {
     for (CCalcNode* node : nodes) delete node;
@@ -77,8 +94,8 @@ void CCalcNode::Reset(CCalcNode* parent, uint8_t kind) {
 void CCalcNode::Free(CCalcNode* node, qorcalc::expr::CThreadSpares* spares) {
     using namespace qorcalc::expr;
     // A host's own node class keeps its own behaviour: only plain nodes are reused.
-    if (!spares || spares->nodes.size() >= static_cast<size_t>(CALC_MAX_KEPT_NODES) ||
-        typeid(*node) != typeid(CCalcNode)) {
+    // Kept only within the room reserved up front: letting go never allocates.
+    if (!spares || spares->nodes.size() >= spares->nodes.capacity() || typeid(*node) != typeid(CCalcNode)) {
         delete node;
         return;
     }
@@ -90,21 +107,24 @@ void CCalcNode::Free(CCalcNode* node, qorcalc::expr::CThreadSpares* spares) {
     spares->nodes.push_back(node);
 }
 
-// Lets go of a node's whole subtree without recursion: a leaf at once, a
-// larger subtree through a stack of the nodes still to let go of (the
-// thread's spare one, so it allocates nothing once grown).
+// Lets go of whole subtrees without recursion and without allocating, so
+// that it cannot fail in a destructor: the nodes still to go form a stack
+// threaded through their parent pointers, which a node let go of no longer
+// needs.  Each node's children are pushed before the node itself goes.
 void CCalcNode::Discard(CCalcNode* node) {
     if (!node) return;
     qorcalc::expr::CThreadSpares* const spares = qorcalc::expr::ThreadSpares();
-    if (node->m_children.empty()) return LetGo(node, spares);
-    qorcalc::support::CThreadSpare<std::vector<CCalcNode*>> pending;
-    for (;;) {
-        pending->insert(pending->end(), node->m_children.begin(), node->m_children.end());
-        node->m_children.clear();
-        LetGo(node, spares);
-        if (pending->empty()) return;
-        node = pending->back();
-        pending->pop_back();
+    node->m_pParent = nullptr;
+    for (CCalcNode* stack = node; stack;) {
+        CCalcNode* n = stack;
+        stack = n->m_pParent;
+        for (CCalcNode* child : n->m_children) {
+            child->m_pParent = stack;
+            stack = child;
+        }
+        n->m_children.clear();
+        n->m_pParent = nullptr;
+        LetGo(n, spares);
     }
 }
 
@@ -124,34 +144,42 @@ void CCalcNode::DeleteChildren(std::vector<CCalcNode*>& children) {
     children.clear();
 }
 
+// The text is copied first: without memory for it the node is left as it was.
 void CCalcNode::CopyValue(const CCalcNode& source) {
+    Shielded(u"CCalcNode::CopyValue", false, [&] { return CopyFrom(source), true; });
+}
+
+void CCalcNode::CopyFrom(const CCalcNode& source) {
+    m_text = source.m_text;
     m_kind = source.m_kind;
     m_op = source.m_op;
     m_position = source.m_position;
     m_valid = source.m_valid;
     m_number = source.m_number;
-    m_text = source.m_text;
 }
 
+// A copy that runs out of memory is let go of, with what it had copied.
 CCalcNode* CCalcNode::Clone() {
-    qorcalc::expr::CThreadSpares* const spares = qorcalc::expr::ThreadSpares();
-    CCalcNode* copy = Make(spares, nullptr, NodeEmpty);
-    copy->CopyValue(*this);
-    // Pairs of (original, copy) whose children are still to be copied.
-    qorcalc::support::CThreadSpare<std::vector<std::pair<const CCalcNode*, CCalcNode*>>> pending;
-    pending->emplace_back(this, copy);
-    while (!pending->empty()) {
-        auto [from, to] = pending->back();
-        pending->pop_back();
-        to->m_children.reserve(from->m_children.size());
-        for (const CCalcNode* child : from->m_children) {
-            CCalcNode* childCopy = Make(spares, to, NodeEmpty);
-            childCopy->CopyValue(*child);
-            to->m_children.push_back(childCopy);
-            pending->emplace_back(child, childCopy);
+    return Shielded(u"CCalcNode::Clone", static_cast<CCalcNode*>(nullptr), [&] {
+        qorcalc::expr::CThreadSpares* const spares = qorcalc::expr::ThreadSpares();
+        std::unique_ptr<CCalcNode> copy(Make(spares, nullptr, NodeEmpty));
+        copy->CopyFrom(*this);
+        // Pairs of (original, copy) whose children are still to be copied.
+        qorcalc::support::CThreadSpare<std::vector<std::pair<const CCalcNode*, CCalcNode*>>> pending;
+        pending->emplace_back(this, copy.get());
+        while (!pending->empty()) {
+            auto [from, to] = pending->back();
+            pending->pop_back();
+            to->m_children.reserve(from->m_children.size());
+            for (const CCalcNode* child : from->m_children) {
+                CCalcNode* childCopy = Make(spares, to, NodeEmpty);
+                to->m_children.push_back(childCopy);  // reserved: cannot fail
+                childCopy->CopyFrom(*child);
+                pending->emplace_back(child, childCopy);
+            }
         }
-    }
-    return copy;
+        return copy.release();
+    });
 }
 
 void CCalcNode::RemoveAt(int index) {
@@ -168,12 +196,16 @@ CCalcNode* CCalcNode::GetAt(int index) {
     return m_children[static_cast<size_t>(index)];
 }
 
+// Without memory the child is not added and stays the caller's.
 int CCalcNode::Add(CCalcNode* child) {
     if (!child) return -1;
-    // A node made apart (a clone, a node of another tree) joins this tree.
-    if (child->m_pTree != m_pTree) CCalcTree::Adopt(child, m_pTree);
-    m_children.push_back(child);
-    return GetCount() - 1;
+    return Shielded(u"CCalcNode::Add", -1, [&] {
+        qorcalc::detail::ReserveOneMore(m_children);
+        // A node made apart (a clone, a node of another tree) joins this tree.
+        if (child->m_pTree != m_pTree) CCalcTree::Adopt(child, m_pTree);
+        m_children.push_back(child);
+        return GetCount() - 1;
+    });
 }
 
 void CCalcNode::Clear() {
@@ -184,29 +216,35 @@ void CCalcNode::Clear() {
 }
 
 void CCalcNode::Collect(CPtrArray& list, uint8_t kind) {
-    std::vector<CCalcNode*> pending{this};
-    while (!pending.empty()) {
-        CCalcNode* node = pending.back();
-        pending.pop_back();
-        if (node->m_kind == kind) list.Add(node);
-        pending.insert(pending.end(), node->m_children.rbegin(), node->m_children.rend());
-    }
+    ShieldedInto(u"CCalcNode::Collect", [&] {
+        std::vector<CCalcNode*> pending{this};
+        while (!pending.empty()) {
+            CCalcNode* node = pending.back();
+            pending.pop_back();
+            if (node->m_kind == kind) list.Add(node);
+            pending.insert(pending.end(), node->m_children.rbegin(), node->m_children.rend());
+        }
+    }, list);
 }
 
 int CCalcNode::CountFunctions() {
-    CPtrArray calls;
-    Collect(calls, NodeFunction);
-    return calls.GetSize();
+    return Shielded(u"CCalcNode::CountFunctions", -1, [&] {
+        CPtrArray calls;
+        Collect(calls, NodeFunction);
+        return calls.GetSize();
+    });
 }
 
 void CCalcNode::CollectDistinctTexts(CStringArray& texts, uint8_t kind) {
-    texts.RemoveAll();
-    CPtrArray nodes;
-    Collect(nodes, kind);
-    for (void* item : nodes) {
-        const CString& text = static_cast<CCalcNode*>(item)->m_text;
-        if (CVek::ArrayCompareNoCase(texts, text, 0) < 0) texts.Add(text);
-    }
+    ShieldedInto(u"CCalcNode::GetNames", [&] {
+        texts.RemoveAll();
+        CPtrArray nodes;
+        Collect(nodes, kind);
+        for (void* item : nodes) {
+            const CString& text = static_cast<CCalcNode*>(item)->m_text;
+            if (CVek::ArrayCompareNoCase(texts, text, 0) < 0) texts.Add(text);
+        }
+    }, texts);
 }
 
 void CCalcNode::GetFunctionNames(CStringArray& names) { CollectDistinctTexts(names, NodeFunction); }
@@ -215,6 +253,10 @@ void CCalcNode::GetNames(CStringArray& names) { CollectDistinctTexts(names, Node
 
 int CCalcNode::GetFunctionCall(CString& name, CStringArray& args, int raw) {
     if (m_kind != NodeFunction) return 0;
+    return Shielded(u"CCalcNode::GetFunctionCall", 0, [&] { return FunctionCall(name, args, raw); }, name, args);
+}
+
+int CCalcNode::FunctionCall(CString& name, CStringArray& args, int raw) {
     name = m_text;
     WriteArguments(args, raw ? ArgumentsRaw : ArgumentsQuoted);
     return 1;
@@ -234,7 +276,7 @@ void CCalcNode::WriteArguments(CStringArray& args, int form) {
         CCalcNode* value = m_children[i];
         if (value->m_kind == NodeArgument && !value->m_children.empty()) value = value->m_children.front();
         CString& text = args.ElementAt(static_cast<int>(i));
-        value->GetText(text, form == ArgumentsQuoted);
+        value->TextInto(text, form == ArgumentsQuoted);
         // Unquoting the quoted text would strip the quotes GetText adds and
         // then whatever pairs the value itself begins and ends with: the
         // same as unquoting the value.
@@ -251,6 +293,6 @@ int CCalcNode::HasLogicOrCompare() {
 
 void CCalcNode::Unwrap() {
     if (m_kind != NodeGroup || m_children.empty()) return;
-    CopyValue(*m_children.front());
+    CopyFrom(*m_children.front());
     RemoveAll();
 }

@@ -1,8 +1,12 @@
 // The node as a value: the dual number/text with its validity mask, and the
 // classification of literal tokens and operator spellings.
+#include <qorcalc/api.h>
 #include <qorcalc/node.h>
 
 #include <qorcalc/utility.h>
+
+using qorcalc::detail::Shielded;
+using qorcalc::detail::ShieldedInto;
 
 namespace {
 
@@ -22,6 +26,10 @@ const CString& CCalcNode::CurrentNumberText() {
 }
 
 void CCalcNode::GetText(CString& out, int quote) {
+    ShieldedInto(u"CCalcNode::GetText", [&] { TextInto(out, quote); }, out);
+}
+
+void CCalcNode::TextInto(CString& out, int quote) {
     if (m_kind == NodeNumber) {
         out = CurrentNumberText();
         if (out.IsEmpty()) out = u"0";
@@ -39,32 +47,44 @@ void CCalcNode::GetText(CString& out, int quote) {
 }
 
 void CCalcNode::GetDisplayText(CString& out, int quote, uint8_t format) {
-    if (m_kind != NodeNumber) {
-        GetText(out, quote);
-        return;
-    }
-    out = CurrentNumberText();
-    if (out.IsEmpty()) {
-        if (format & 64) out = u"0";
-    } else if (format & 128) {
-        CUtilityCalc::ConvertToDispFormat(out, format, 1, 0);
-    }
+    ShieldedInto(u"CCalcNode::GetDisplayText", [&] {
+        if (m_kind != NodeNumber) {
+            TextInto(out, quote);
+            return;
+        }
+        out = CurrentNumberText();
+        if (out.IsEmpty()) {
+            if (format & 64) out = u"0";
+        } else if (format & 128) {
+            CUtilityCalc::ConvertToDispFormat(out, format, 1, 0);
+        }
+    }, out);
 }
 
 void CCalcNode::GetRoundedText(CString& out, int decimals) {
-    GetText(out, 0);
-    if (m_kind == NodeNumber && decimals != -1) CUtilityCalc::RoundStr(out, decimals);
+    ShieldedInto(u"CCalcNode::GetRoundedText", [&] {
+        TextInto(out, 0);
+        if (m_kind == NodeNumber && decimals != -1) CUtilityCalc::RoundStr(out, decimals);
+    }, out);
 }
 
+// The text is made aside and only then taken: without memory for it the
+// node is left as it was.
 int CCalcNode::SetText(const CString& text) {
-    m_text = text;
-    m_valid = 2;
-    return CUtilityCalc::Dettach_Quotes(m_text, nullptr) != 0;
+    return Shielded(u"CCalcNode::SetText", 0, [&] {
+        CString unquoted = text;
+        const int removed = CUtilityCalc::Dettach_Quotes(unquoted, nullptr) != 0 ? 1 : 0;
+        m_text.Str().swap(unquoted.Str());
+        m_valid = 2;
+        return removed;
+    });
 }
 
 void CCalcNode::AssignText(const CString& text) {
-    m_text = text;
-    m_valid = 2;
+    ShieldedInto(u"CCalcNode::AssignText", [&] {
+        m_text = text;
+        m_valid = 2;
+    });
 }
 
 void CCalcNode::TakeText(CString& text) {
@@ -88,9 +108,15 @@ double CCalcNode::GetNumber() {
 
 void CCalcNode::SetNumber(double value, int roundTrip) {
     if (roundTrip) {
-        CUtilityCalc::Double2Str(m_text, value, -1);
-        m_number = CUtilityCalc::Str2Double(m_text);
-        m_valid = 3;
+        // The number first: without memory for the text the node holds the
+        // number alone, its text marked stale.
+        m_number = value;
+        m_valid = 1;
+        ShieldedInto(u"CCalcNode::SetNumber", [&] {
+            CUtilityCalc::Double2Str(m_text, value, -1);
+            m_number = CUtilityCalc::Str2Double(m_text);
+            m_valid = 3;
+        });
         return;
     }
     // An equal number leaves the node untouched, mask and text included.
@@ -102,15 +128,21 @@ void CCalcNode::SetNumber(double value, int roundTrip) {
 }
 
 int CCalcNode::SetLiteral(const CString& text) {
-    const int unquoted = SetText(text);
-    m_kind = NodeString;
-    if (!unquoted && !m_text.IsEmpty() && CUtilityCalc::IsPureNumber(m_text, 0)) {
-        if (CUtilityCalc::ResetDoubleString(m_text) > 0) m_kind = NodeNumber;
-    }
-    return unquoted;
+    return Shielded(u"CCalcNode::SetLiteral", 0, [&] {
+        const int unquoted = SetText(text);
+        m_kind = NodeString;
+        if (!unquoted && !m_text.IsEmpty() && CUtilityCalc::IsPureNumber(m_text, 0)) {
+            if (CUtilityCalc::ResetDoubleString(m_text) > 0) m_kind = NodeNumber;
+        }
+        return unquoted;
+    });
 }
 
 int CCalcNode::ClassifyToken(const CString& text) {
+    return Shielded(u"CCalcNode::ClassifyToken", 0, [&] { return ClassifyInto(text); });
+}
+
+int CCalcNode::ClassifyInto(const CString& text) {
     int isName = 0;
     CString unquoted = text;
     if (CUtilityCalc::Dettach_Quotes(unquoted, nullptr) || text.IsEmpty()) {

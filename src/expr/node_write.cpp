@@ -1,5 +1,6 @@
 // Writing a subtree back to formula text, in its two forms.  The walk keeps
 // its own stack of open lists, so any depth can be written.
+#include <qorcalc/api.h>
 #include <qorcalc/node.h>
 
 #include <qorcalc/utility.h>
@@ -101,12 +102,20 @@ void CCalcNode::WriteTree(CWriter& writer, bool converted, bool nextToText) {
     }
 }
 
-void CCalcNode::Write(CWriter& writer) { WriteTree(writer, false, false); }
+// A writer that fails part way keeps what was written until then; the
+// failure is recorded.
+void CCalcNode::Write(CWriter& writer) {
+    qorcalc::detail::ShieldedInto(u"CCalcNode::Write", [&] { WriteTree(writer, false, false); });
+}
 
-void CCalcNode::WriteConverted(CWriter& writer, int nextToText) { WriteTree(writer, true, nextToText != 0); }
+void CCalcNode::WriteConverted(CWriter& writer, int nextToText) {
+    qorcalc::detail::ShieldedInto(u"CCalcNode::WriteConverted", [&] { WriteTree(writer, true, nextToText != 0); });
+}
 
 void CCalcNode::GetFormula(CString& out) {
-    CStringBuilder builder(512);
-    Write(builder);
-    builder.GetString(out);
+    qorcalc::detail::ShieldedInto(u"CCalcNode::GetFormula", [&] {
+        CStringBuilder builder(512);
+        WriteTree(builder, false, false);
+        builder.GetString(out);
+    }, out);
 }

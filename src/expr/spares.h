@@ -30,7 +30,7 @@ inline constexpr size_t kMaxKeptChildren = 64;
 inline constexpr size_t kMaxKeptText = 64;
 
 struct CThreadSpares {
-    CThreadSpares() = default;
+    CThreadSpares();
     CThreadSpares(const CThreadSpares&) = delete;
     CThreadSpares& operator=(const CThreadSpares&) = delete;
     ~CThreadSpares();

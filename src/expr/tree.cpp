@@ -17,7 +17,7 @@ void CCalcTree::Free(CCalcTree* tree) {
     if (!tree) return;
     tree->FreeDead();
     qorcalc::expr::CThreadSpares* spares = qorcalc::expr::ThreadSpares();
-    if (!spares || spares->trees.size() >= static_cast<size_t>(CALC_MAX_KEPT_TREES) ||
+    if (!spares || spares->trees.size() >= spares->trees.capacity() ||
         tree->m_dead.capacity() > static_cast<size_t>(CALC_MAX_KEPT_NODES)) {
         delete tree;
         return;

@@ -1,11 +1,17 @@
+#include <qorcalc/api.h>
 #include <qorcalc/func.h>
 
 #include <qorcalc/utility.h>
 
+using qorcalc::detail::Shielded;
+using qorcalc::detail::ShieldedInto;
+
 int CFuncPara::SetResult(double d) {
-    CUtilityCalc::Double2Str(m_strResult, d, -1);
-    CUtilityCalc::ResetDoubleString(m_strResult);
-    return 1;
+    return Shielded(u"CFuncPara::SetResult", 0, [&]() -> int {
+        CUtilityCalc::Double2Str(m_strResult, d, -1);
+        CUtilityCalc::ResetDoubleString(m_strResult);
+        return 1;
+    }, m_strResult);
 }
 
 void CFuncPara::SetResult(int n) { m_strResult.Format(u"%d", n); }
@@ -31,22 +37,26 @@ int NormaliseNumber(CString& text) {
 }  // namespace
 
 int CFuncPara::ResetDoubleString(int bArgs) {
-    if (!bArgs) return NormaliseNumber(m_strResult);
-    for (CString& arg : m_arrParas) {
-        // Normalised on a copy, so that an argument that fails stays as the
-        // caller gave it.
-        CString number = arg;
-        if (!NormaliseNumber(number)) return 0;
-        arg = number;
-    }
-    return 1;
+    return Shielded(u"CFuncPara::ResetDoubleString", 0, [&]() -> int {
+        if (!bArgs) return NormaliseNumber(m_strResult);
+        for (CString& arg : m_arrParas) {
+            // Normalised on a copy, so that an argument that fails stays as the
+            // caller gave it.
+            CString number = arg;
+            if (!NormaliseNumber(number)) return 0;
+            arg = number;
+        }
+        return 1;
+    });
 }
 
 CFuncItem::CFuncItem(const char16_t* name, int descId, int usageId, uint8_t kind)
     : m_nDescId(descId), m_nReturnKind(kind), m_strName(name) {
-    if (usageId != -1) m_arrUsageIds.Add(static_cast<uint32_t>(usageId));
+    if (usageId != -1)
+        ShieldedInto(u"CFuncItem", [&] { m_arrUsageIds.Add(static_cast<uint32_t>(usageId)); }, m_arrUsageIds);
 }
 
+// A copy that runs out of memory leaves a default item, not half of one.
 void CFuncItem::Copy(const CFuncItem* from) {
-    if (from) *this = *from;
+    if (from && !Shielded(u"CFuncItem::Copy", false, [&] { return *this = *from, true; })) *this = CFuncItem();
 }

@@ -7,6 +7,8 @@
 // pointer is never called through.
 #include "func/script_hosts.h"
 
+#include <qorcalc/api.h>
+
 #include <algorithm>
 #include <mutex>
 #include <vector>
@@ -30,12 +32,12 @@ void RegisterScriptHost(IScriptHost* host) {
     Registry& r = Hosts();
     const std::lock_guard<std::mutex> guard(r.lock);
     void* key = static_cast<void*>(host);
-    // push_back may throw: nothing escapes the entry point, the host simply
-    // stays unregistered and js reports that no script host is declared.
-    try {
+    // Without memory the host stays unregistered, the failure is recorded,
+    // and js reports that no script host is declared.
+    qorcalc::detail::Shielded(u"RegisterScriptHost", false, [&] {
         if (std::find(r.hosts.begin(), r.hosts.end(), key) == r.hosts.end()) r.hosts.push_back(key);
-    } catch (...) {
-    }
+        return true;
+    });
 }
 
 void UnregisterScriptHost(IScriptHost* host) {

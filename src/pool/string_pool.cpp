@@ -1,3 +1,4 @@
+#include <qorcalc/api.h>
 #include <qorcalc/limits.h>
 #include <qorcalc/pool.h>
 
@@ -20,6 +21,9 @@ using qorcalc::support::wcsicmp16;
 // Offsets and tags are stored as raw 32-bit words, which the stream format
 // defines as little-endian.
 static_assert(std::endian::native == std::endian::little, "the pool stream format is little-endian");
+
+using qorcalc::detail::Shielded;
+using qorcalc::detail::ShieldedInto;
 
 namespace {
 
@@ -117,70 +121,85 @@ void CStringPool::Empty() {
 }
 
 void CStringPool::Copy(const CStringPool* other) {
-    if (other) *this = *other;
+    if (other) ShieldedInto(u"CStringPool::Copy", [&] { *this = *other; }, *this);
 }
 
 int CStringPool::LoadSortedBuf(CMem& buf, int bLower, const char16_t* separator) {
-    if (buf.GetSize() < 2) return 0;
-    // Whole characters only: an odd last byte belongs to no character.
-    const uint32_t length = buf.GetWideLength();
-    if (uint64_t{length} * 2 + 2 > kMaxBlockBytes) return 0;
-    m_mem.Empty();
-    m_mem.Add(buf.GetData(), length * 2);
+    return Shielded(u"CStringPool::LoadSortedBuf", 0, [&]() -> int {
+        if (buf.GetSize() < 2) return 0;
+        // Whole characters only: an odd last byte belongs to no character.
+        const uint32_t length = buf.GetWideLength();
+        if (uint64_t{length} * 2 + 2 > kMaxBlockBytes) return 0;
+        m_mem.Empty();
+        m_mem.Add(buf.GetData(), length * 2);
 
-    const bool bySeparator = separator && separator[0];
-    const uint32_t sepLength =
-        bySeparator ? static_cast<uint32_t>(std::min<size_t>(Len(separator), INT_MAX)) : 1;
-    const char16_t sepChar = bySeparator ? separator[0] : u'\0';
-    char16_t* chars = reinterpret_cast<char16_t*>(m_mem.GetData());
+        const bool bySeparator = separator && separator[0];
+        const uint32_t sepLength =
+            bySeparator ? static_cast<uint32_t>(std::min<size_t>(Len(separator), INT_MAX)) : 1;
+        const char16_t sepChar = bySeparator ? separator[0] : u'\0';
+        char16_t* chars = reinterpret_cast<char16_t*>(m_mem.GetData());
 
-    const int expected = bySeparator ? CVek::strstrs(chars, static_cast<int>(length), separator,
-                                                     static_cast<int>(sepLength), 1)
-                                     : 10;
-    m_offsets.RemoveAll();
-    m_offsets.Items().reserve(static_cast<size_t>(std::clamp<int64_t>(expected, 0, length)) + 1);
-    m_offsets.Add(0);
+        const int expected = bySeparator ? CVek::strstrs(chars, static_cast<int>(length), separator,
+                                                         static_cast<int>(sepLength), 1)
+                                         : 10;
+        m_offsets.RemoveAll();
+        m_offsets.Items().reserve(static_cast<size_t>(std::clamp<int64_t>(expected, 0, length)) + 1);
+        m_offsets.Add(0);
 
-    for (uint32_t i = 0; i < length; ++i) {
-        if (chars[i] == sepChar) {
-            // Only the first separator character is compared; the rest of the
-            // separator is skipped unseen.
-            chars[i] = 0;
-            const uint32_t next = static_cast<uint32_t>(std::min<uint64_t>(uint64_t{i} + sepLength, length));
-            m_offsets.Add(next * 2);
-            i = next - 1;
-        } else if (bLower && chars[i] >= u'A' && chars[i] <= u'Z') {
-            chars[i] = static_cast<char16_t>(chars[i] + (u'a' - u'A'));
+        for (uint32_t i = 0; i < length; ++i) {
+            if (chars[i] == sepChar) {
+                // Only the first separator character is compared; the rest of the
+                // separator is skipped unseen.
+                chars[i] = 0;
+                const uint32_t next = static_cast<uint32_t>(std::min<uint64_t>(uint64_t{i} + sepLength, length));
+                m_offsets.Add(next * 2);
+                i = next - 1;
+            } else if (bLower && chars[i] >= u'A' && chars[i] <= u'Z') {
+                chars[i] = static_cast<char16_t>(chars[i] + (u'a' - u'A'));
+            }
         }
-    }
 
-    CloseOpenTail();
-    m_mem.Finish();
-    return 1;
+        CloseOpenTail();
+        m_mem.Finish();
+        return 1;
+    }, *this);
 }
 
 void CStringPool::Load(const CStringArray& items) {
-    m_mem.Empty();
-    m_offsets.RemoveAll();
-    m_offsets.Items().reserve(static_cast<size_t>(items.GetSize()));
-    for (const CString& s : items) Add(s);
+    ShieldedInto(u"CStringPool::Load", [&] {
+        m_mem.Empty();
+        m_offsets.RemoveAll();
+        m_offsets.Items().reserve(static_cast<size_t>(items.GetSize()));
+        for (const CString& s : items) Add(s);
+    }, *this);
 }
 
+// Add and InsertAt reserve the offsets and tags before they place the
+// string: the placing is the one step that may fail, and a failed one
+// leaves the pool as it was.
 int CStringPool::Add(const CString& s) {
     if (!CanGrow(ByteSize(s))) return -1;
-    const uint32_t pos = m_mem.GetSize();
-    PlaceString(pos, s, static_cast<uint32_t>(ByteSize(s)));
-    return m_offsets.Add(pos);
+    return Shielded(u"CStringPool::Add", -1, [&] {
+        qorcalc::detail::ReserveOneMore(m_offsets.Items());
+        const uint32_t pos = m_mem.GetSize();
+        PlaceString(pos, s, static_cast<uint32_t>(ByteSize(s)));
+        return m_offsets.Add(pos);
+    });
 }
 
 void CStringPool::InsertAt(int index, const CString& s) {
     if (index < 0 || index >= GetSize() || !CanGrow(ByteSize(s))) return;
-    const uint32_t bytes = static_cast<uint32_t>(ByteSize(s));
-    const uint32_t pos = m_offsets[index];
-    PlaceString(pos, s, bytes);
-    m_offsets.InsertAt(index, pos);
-    ShiftOffsetsAfter(index, bytes);
-    if (index < m_tags.GetSize()) m_tags.InsertAt(index, 0);
+    Shielded(u"CStringPool::InsertAt", false, [&] {
+        qorcalc::detail::ReserveOneMore(m_offsets.Items());
+        if (index < m_tags.GetSize()) qorcalc::detail::ReserveOneMore(m_tags.Items());
+        const uint32_t bytes = static_cast<uint32_t>(ByteSize(s));
+        const uint32_t pos = m_offsets[index];
+        PlaceString(pos, s, bytes);
+        m_offsets.InsertAt(index, pos);
+        ShiftOffsetsAfter(index, bytes);
+        if (index < m_tags.GetSize()) m_tags.InsertAt(index, 0);
+        return true;
+    });
 }
 
 void CStringPool::RemoveAt(int index) {
@@ -198,8 +217,11 @@ void CStringPool::SetAt(int index, const CString& s) {
     // the slot's tail (and every later offset) as it was.
     const uint32_t extra = static_cast<uint32_t>(need > slot ? need - slot : 0);
     if (!CanGrow(extra)) return;
-    PlaceString(start, s, extra);
-    ShiftOffsetsAfter(index, extra);
+    Shielded(u"CStringPool::SetAt", false, [&] {
+        PlaceString(start, s, extra);
+        ShiftOffsetsAfter(index, extra);
+        return true;
+    });
 }
 
 int CStringPool::Serialize(IStreamOutput* out) const {
@@ -214,20 +236,22 @@ int CStringPool::Serialize(IStreamOutput* out) const {
 }
 
 int CStringPool::Deserialize(IStreamInput* in) {
-    Empty();
-    if (!in) return 0;
-    uint32_t size = 0;
-    uint32_t tagCount = 0;
-    if (!in->Read32(size, 1) || !in->Read32(tagCount, 1)) return 0;
-    if (size == 0) return 1;
-    if (size > INT_MAX || tagCount > INT_MAX || !in->ReadMem(m_mem, 1) ||
-        m_mem.GetSize() > kMaxBlockBytes || !ReadWords(in, m_offsets, size) ||
-        !ReadWords(in, m_tags, tagCount) || !OffsetsAreValid()) {
+    return Shielded(u"CStringPool::Deserialize", 0, [&]() -> int {
         Empty();
-        return 0;
-    }
-    CloseOpenTail();
-    return 1;
+        if (!in) return 0;
+        uint32_t size = 0;
+        uint32_t tagCount = 0;
+        if (!in->Read32(size, 1) || !in->Read32(tagCount, 1)) return 0;
+        if (size == 0) return 1;
+        if (size > INT_MAX || tagCount > INT_MAX || !in->ReadMem(m_mem, 1) ||
+            m_mem.GetSize() > kMaxBlockBytes || !ReadWords(in, m_offsets, size) ||
+            !ReadWords(in, m_tags, tagCount) || !OffsetsAreValid()) {
+            Empty();
+            return 0;
+        }
+        CloseOpenTail();
+        return 1;
+    }, *this);
 }
 
 bool CStringPool::CanGrow(uint64_t bytes) const { return m_mem.GetSize() + bytes <= kMaxBlockBytes; }

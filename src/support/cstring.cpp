@@ -1,5 +1,11 @@
 // CString operations.  Positions and counts are clamped to the text so that
 // no call can step outside it, whatever the caller passes.
+//
+// Every routine that allocates runs shielded (qorcalc/api.h): the
+// constructors and the routines that change the text in place leave it
+// empty on failure, those that return a text return an empty one, Insert
+// and Replace return -1 with the text as it was.
+#include <qorcalc/api.h>
 #include <qorcalc/string.h>
 
 #include "support/text.h"
@@ -8,7 +14,8 @@
 
 namespace {
 
-using qorcalc::support::Len;
+using qorcalc::detail::Shielded;
+using qorcalc::detail::ShieldedInto;
 
 size_t Clamp(int pos, size_t size) {
     if (pos <= 0) return 0;
@@ -24,35 +31,39 @@ bool InSet(char16_t ch, const char16_t* chars) {
 }  // namespace
 
 CString::CString(const char16_t* text) {
-    if (text) m_str.assign(text);
+    if (text) ShieldedInto(u"CString", [&] { m_str.assign(text); }, *this);
 }
 
 CString::CString(const char16_t* text, int length) {
-    if (text && length > 0) m_str.assign(text, static_cast<size_t>(length));
+    if (text && length > 0) ShieldedInto(u"CString", [&] { m_str.assign(text, static_cast<size_t>(length)); }, *this);
 }
 
 CString::CString(char16_t ch, int repeat) {
-    if (repeat > 0) m_str.assign(static_cast<size_t>(repeat), ch);
+    if (repeat <= 0) return;
+    ShieldedInto(u"CString", [&] {
+        qorcalc::detail::CheckTextLength(static_cast<size_t>(repeat), std::u16string_view(&ch, 1));
+        m_str.assign(static_cast<size_t>(repeat), ch);
+    }, *this);
 }
 
 CString& CString::operator=(const char16_t* text) {
-    if (text)
-        m_str.assign(text);
-    else
-        m_str.clear();
+    if (!text) m_str.clear();
+    ShieldedInto(u"CString::operator=", [&] { m_str.assign(text ? text : u""); }, *this);
     return *this;
 }
 
 CString& CString::operator=(char16_t ch) {
-    m_str.assign(1, ch);
+    ShieldedInto(u"CString::operator=", [&] { m_str.assign(1, ch); }, *this);
     return *this;
 }
 
 CString CString::FromUtf8(std::string_view utf8) {
-    return CString(qorcalc::support::Utf8ToUtf16(utf8));
+    return Shielded(u"CString::FromUtf8", CString(), [&] { return CString(qorcalc::support::Utf8ToUtf16(utf8)); });
 }
 
-std::string CString::ToUtf8() const { return qorcalc::support::Utf16ToUtf8(m_str); }
+std::string CString::ToUtf8() const {
+    return Shielded(u"CString::ToUtf8", std::string(), [&] { return qorcalc::support::Utf16ToUtf8(m_str); });
+}
 
 char16_t CString::GetAt(int index) const {
     if (index < 0 || static_cast<size_t>(index) >= m_str.size()) return 0;
@@ -65,12 +76,12 @@ void CString::SetAt(int index, char16_t ch) {
 }
 
 CString& CString::operator+=(const char16_t* text) {
-    if (text) m_str += text;
+    if (text) ShieldedInto(u"CString::operator+=", [&] { m_str += text; }, *this);
     return *this;
 }
 
 void CString::Append(const char16_t* text, int length) {
-    if (text && length > 0) m_str.append(text, static_cast<size_t>(length));
+    if (text && length > 0) ShieldedInto(u"CString::Append", [&] { m_str.append(text, static_cast<size_t>(length)); }, *this);
 }
 
 int CString::Compare(const char16_t* text) const {
@@ -81,12 +92,16 @@ int CString::CompareNoCase(const char16_t* text) const {
     return qorcalc::support::wcsicmp16(m_str.c_str(), text ? text : u"");
 }
 
+// Collation works on copies; without memory for them the ordinal order is
+// the best answer left.
 int CString::Collate(const char16_t* text) const {
-    return qorcalc::support::wcscoll16(m_str.c_str(), text ? text : u"");
+    return Shielded(u"CString::Collate", Compare(text),
+                    [&] { return qorcalc::support::wcscoll16(m_str.c_str(), text ? text : u""); });
 }
 
 int CString::CollateNoCase(const char16_t* text) const {
-    return qorcalc::support::wcsicoll16(m_str.c_str(), text ? text : u"");
+    return Shielded(u"CString::CollateNoCase", CompareNoCase(text),
+                    [&] { return qorcalc::support::wcsicoll16(m_str.c_str(), text ? text : u""); });
 }
 
 int CString::Find(char16_t ch, int start) const {
@@ -111,34 +126,41 @@ int CString::FindOneOf(const char16_t* chars) const {
     return pos == std::u16string::npos ? -1 : static_cast<int>(pos);
 }
 
-CString CString::Mid(int first) const {
-    return CString(m_str.substr(Clamp(first, m_str.size())));
+namespace {
+
+// The characters [from, from + count) of `s`, both clamped.
+CString Part(const std::u16string& s, size_t from, size_t count) {
+    return Shielded(u"CString::Mid", CString(), [&] { return CString(s.substr(from, count)); });
 }
+
+}  // namespace
+
+CString CString::Mid(int first) const { return Part(m_str, Clamp(first, m_str.size()), std::u16string::npos); }
 
 CString CString::Mid(int first, int count) const {
-    size_t from = Clamp(first, m_str.size());
     if (count <= 0) return CString();
-    return CString(m_str.substr(from, static_cast<size_t>(count)));
+    return Part(m_str, Clamp(first, m_str.size()), static_cast<size_t>(count));
 }
 
-CString CString::Left(int count) const {
-    return CString(m_str.substr(0, Clamp(count, m_str.size())));
+CString CString::Left(int count) const { return Part(m_str, 0, Clamp(count, m_str.size())); }
+
+CString CString::Right(int count) const { return Part(m_str, m_str.size() - Clamp(count, m_str.size()), std::u16string::npos); }
+
+namespace {
+
+int InsertInto(std::u16string& s, int index, std::u16string_view text) {
+    return Shielded(u"CString::Insert", -1, [&] {
+        s.insert(Clamp(index, s.size()), text);
+        return static_cast<int>(s.size());
+    });
 }
 
-CString CString::Right(int count) const {
-    size_t n = Clamp(count, m_str.size());
-    return CString(m_str.substr(m_str.size() - n));
-}
+std::u16string_view View(const char16_t* text) { return text ? std::u16string_view(text) : std::u16string_view(); }
 
-int CString::Insert(int index, char16_t ch) {
-    m_str.insert(Clamp(index, m_str.size()), 1, ch);
-    return GetLength();
-}
+}  // namespace
 
-int CString::Insert(int index, const char16_t* text) {
-    if (text) m_str.insert(Clamp(index, m_str.size()), text);
-    return GetLength();
-}
+int CString::Insert(int index, char16_t ch) { return InsertInto(m_str, index, std::u16string_view(&ch, 1)); }
+int CString::Insert(int index, const char16_t* text) { return InsertInto(m_str, index, View(text)); }
 
 int CString::Delete(int index, int count) {
     if (index < 0 || count <= 0) return GetLength();
@@ -164,25 +186,32 @@ int CString::Replace(char16_t from, char16_t to) {
 }
 
 // One pass that builds the result, so replacing in a long text stays linear.
+// A text that would grow past CALC_MAX_TEXT_LENGTH is refused before the
+// result is built: a short text with many short matches and a long
+// replacement would otherwise ask for gigabytes.
 int CString::Replace(const char16_t* from, const char16_t* to) {
     if (!from || !*from) return 0;
-    const size_t fromLen = Len(from);
+    const std::u16string_view needle(from);
     const std::u16string_view repl = to ? std::u16string_view(to) : std::u16string_view();
-    size_t pos = m_str.find(from);
-    if (pos == std::u16string::npos) return 0;
-    std::u16string out;
-    out.reserve(m_str.size());
-    size_t last = 0;
     int count = 0;
-    for (; pos != std::u16string::npos; pos = m_str.find(from, last)) {
-        out.append(m_str, last, pos - last);
-        out.append(repl);
-        last = pos + fromLen;
+    for (size_t pos = m_str.find(needle); pos != std::u16string::npos; pos = m_str.find(needle, pos + needle.size()))
         ++count;
-    }
-    out.append(m_str, last, std::u16string::npos);
-    m_str.swap(out);
-    return count;
+    if (count == 0) return 0;
+    return Shielded(u"CString::Replace", -1, [&] {
+        if (repl.size() > needle.size())
+            qorcalc::detail::CheckTextLength(m_str.size() + count * (repl.size() - needle.size()), m_str);
+        std::u16string out;
+        out.reserve(m_str.size());
+        size_t last = 0;
+        for (size_t pos = m_str.find(needle); pos != std::u16string::npos; pos = m_str.find(needle, last)) {
+            out.append(m_str, last, pos - last);
+            out.append(repl);
+            last = pos + needle.size();
+        }
+        out.append(m_str, last, std::u16string::npos);
+        m_str.swap(out);
+        return count;
+    });
 }
 
 namespace {
@@ -258,32 +287,21 @@ bool CString::operator==(const char16_t* text) const {
     return m_str == (text ? std::u16string_view(text) : std::u16string_view());
 }
 
-CString operator+(const CString& a, const CString& b) {
-    CString r(a);
-    r += b;
-    return r;
+namespace {
+
+CString Joined(std::u16string_view a, std::u16string_view b) {
+    return Shielded(u"CString::operator+", CString(), [&] {
+        std::u16string r;
+        r.reserve(a.size() + b.size());
+        r.append(a).append(b);
+        return CString(std::move(r));
+    });
 }
 
-CString operator+(const CString& a, const char16_t* b) {
-    CString r(a);
-    r += b;
-    return r;
-}
+}  // namespace
 
-CString operator+(const char16_t* a, const CString& b) {
-    CString r(a);
-    r += b;
-    return r;
-}
-
-CString operator+(const CString& a, char16_t b) {
-    CString r(a);
-    r += b;
-    return r;
-}
-
-CString operator+(char16_t a, const CString& b) {
-    CString r(a);
-    r += b;
-    return r;
-}
+CString operator+(const CString& a, const CString& b) { return Joined(a.Str(), b.Str()); }
+CString operator+(const CString& a, const char16_t* b) { return Joined(a.Str(), View(b)); }
+CString operator+(const char16_t* a, const CString& b) { return Joined(View(a), b.Str()); }
+CString operator+(const CString& a, char16_t b) { return Joined(a.Str(), std::u16string_view(&b, 1)); }
+CString operator+(char16_t a, const CString& b) { return Joined(std::u16string_view(&a, 1), b.Str()); }

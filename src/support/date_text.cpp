@@ -3,6 +3,7 @@
 #include "civil_date.h"
 #include "text.h"
 
+#include <qorcalc/api.h>
 #include <qorcalc/datetime.h>
 #include <qorcalc/utility.h>
 #include <qorcalc/vek.h>
@@ -100,22 +101,23 @@ int CVek::ParseDate(const CString& text, CUIntArray& parts) {
     static constexpr std::u16string_view kSeparators = u"-/\\. :T";
     parts.RemoveAll();
     const std::u16string& s = text.Str();
-    for (size_t i = 0; i < s.size();) {
-        if (kSeparators.find(s[i]) != std::u16string_view::npos) {
-            ++i;
-            continue;
+    const int count = qorcalc::detail::Shielded(u"CVek::ParseDate", 0, [&] {
+        for (size_t i = 0; i < s.size();) {
+            if (kSeparators.find(s[i]) != std::u16string_view::npos) {
+                ++i;
+                continue;
+            }
+            uint64_t value = 0;
+            const size_t first = i;
+            for (; i < s.size() && IsAsciiDigit(s[i]) && value <= std::numeric_limits<uint32_t>::max(); ++i)
+                value = value * 10 + (s[i] - u'0');
+            if (i == first || value > std::numeric_limits<uint32_t>::max()) return 0;
+            parts.Add(static_cast<uint32_t>(value));
         }
-        uint64_t value = 0;
-        const size_t first = i;
-        for (; i < s.size() && IsAsciiDigit(s[i]) && value <= std::numeric_limits<uint32_t>::max(); ++i)
-            value = value * 10 + (s[i] - u'0');
-        if (i == first || value > std::numeric_limits<uint32_t>::max()) {
-            parts.RemoveAll();
-            return 0;
-        }
-        parts.Add(static_cast<uint32_t>(value));
-    }
-    return parts.GetSize();
+        return parts.GetSize();
+    });
+    if (count == 0) parts.RemoveAll();
+    return count;
 }
 
 // Only a real date counts: an empty or all-zero text, which the date reader

@@ -6,6 +6,7 @@
 // like any others.  The calendar is the proleptic Gregorian one throughout.
 #include "civil_date.h"
 
+#include <qorcalc/api.h>
 #include <qorcalc/datetime.h>
 
 #include <cmath>
@@ -246,6 +247,10 @@ bool COleDateTime::operator<(const COleDateTime& o) const {
 
 namespace {
 
+// The longest text one directive writes ("%#c": a weekday, a month and a
+// five-digit year with the time).
+constexpr size_t kLongestDirective = 48;
+
 void AppendNumber(std::u16string& out, int value, int width, bool noPadding) {
     std::u16string digits;
     do {
@@ -261,7 +266,7 @@ void AppendName(std::u16string& out, const char16_t* name, bool abbreviated) {
     out += abbreviated ? full.substr(0, 3) : full;
 }
 
-void FormatInto(std::u16string& out, std::u16string_view pattern, const Fields& f);
+void FormatInto(std::u16string& out, std::u16string_view pattern, const Fields& f, bool bounded = false);
 
 // Appends one directive; false for a letter that names none.
 bool AppendDirective(std::u16string& out, char16_t letter, bool alt, const Fields& f) {
@@ -295,9 +300,14 @@ bool AppendDirective(std::u16string& out, char16_t letter, bool alt, const Field
     return true;
 }
 
-void FormatInto(std::u16string& out, std::u16string_view pattern, const Fields& f) {
+// A directive writes at most a few dozen characters, so checking the length
+// before each step of the host's pattern (`bounded`) keeps the text within
+// CALC_MAX_TEXT_LENGTH whatever the pattern repeats; the fixed patterns of
+// %c, %x and %X fit in that one step.
+void FormatInto(std::u16string& out, std::u16string_view pattern, const Fields& f, bool bounded) {
     size_t i = 0;
     while (i < pattern.size()) {
+        if (bounded) qorcalc::detail::CheckTextLength(out.size() + kLongestDirective, pattern);
         if (pattern[i] != u'%') {
             out += pattern[i++];
             continue;
@@ -320,9 +330,12 @@ void FormatInto(std::u16string& out, std::u16string_view pattern, const Fields& 
 
 CString COleDateTime::Format(const char16_t* pattern) const {
     Fields f;
-    std::u16string out;
-    if (pattern && Decompose(*this, f)) FormatInto(out, pattern, f);
-    return CString(std::move(out));
+    if (!pattern || !Decompose(*this, f)) return CString();
+    return qorcalc::detail::Shielded(u"COleDateTime::Format", CString(), [&] {
+        std::u16string out;
+        FormatInto(out, pattern, f, true);
+        return CString(std::move(out));
+    });
 }
 
 // ---- CGlobalInfo -----------------------------------------------------------

@@ -4,7 +4,11 @@
 // filled only when the next unused argument has a shape the type accepts;
 // otherwise the directive's text is copied as it stands and the argument
 // stays for the next directive.  Widths and precisions above kMaxField make
-// the directive literal too, so no format text can ask for a huge buffer.
+// the directive literal too, so no format text can ask for a huge buffer:
+// each argument fills one directive at most, so the text is never longer
+// than the format, the arguments and 4096 characters per argument together.
+// Without memory the text it appends to is left as it was.
+#include <qorcalc/api.h>
 #include <qorcalc/limits.h>
 #include <qorcalc/string.h>
 
@@ -179,10 +183,7 @@ bool Fill(std::u16string& out, const Directive& dir, const FormatArg& arg) {
     }
 }
 
-}  // namespace
-
-void FormatInto(std::u16string& result, const char16_t* fmt, const FormatArg* args, size_t count) {
-    if (!fmt) return;
+void FormatAside(std::u16string& result, const char16_t* fmt, const FormatArg* args, size_t count) {
     // Built aside: the format or an argument may be a view into `result`,
     // which appending would move.
     std::u16string out;
@@ -210,6 +211,12 @@ void FormatInto(std::u16string& result, const char16_t* fmt, const FormatArg* ar
         out.push_back(*p++);
     }
     result += out;
+}
+
+}  // namespace
+
+void FormatInto(std::u16string& result, const char16_t* fmt, const FormatArg* args, size_t count) {
+    if (fmt) Shielded(u"CString::Format", false, [&] { return FormatAside(result, fmt, args, count), true; });
 }
 
 }  // namespace qorcalc::detail

@@ -1,6 +1,7 @@
 // CVek's text and array helpers.  Every one of them takes a null text as
 // empty and reads only inside its arguments; the formula scanner calls
 // ArrayFindBetween once per character, so it is a binary search.
+#include <qorcalc/api.h>
 #include <qorcalc/vek.h>
 
 #include "support/text.h"
@@ -11,6 +12,8 @@
 
 namespace {
 
+using qorcalc::detail::Shielded;
+using qorcalc::detail::ShieldedInto;
 using qorcalc::support::Len;
 using qorcalc::support::towlower16;
 
@@ -56,55 +59,67 @@ bool ReadsAsNonZeroNumber(std::u16string_view s) {
 
 }  // namespace
 
+// The length is known before anything is built: many items joined with a
+// long separator must not grow past CALC_MAX_TEXT_LENGTH.
 void CVek::Array2CString(CString& out, const CStringArray& items, const char16_t* separator) {
     const std::u16string_view sep = View(separator);
-    std::u16string joined;
-    for (int i = 0; i < items.GetSize(); ++i) {
-        if (i > 0) joined += sep;
-        joined += items[i].Str();
-    }
-    out = CString(std::move(joined));
+    ShieldedInto(u"CVek::Array2CString", [&] {
+        size_t length = items.IsEmpty() ? 0 : sep.size() * static_cast<size_t>(items.GetSize() - 1);
+        for (const CString& item : items) length += item.Str().size();
+        qorcalc::detail::CheckTextLength(length, sep);
+        std::u16string joined;
+        joined.reserve(length);
+        for (int i = 0; i < items.GetSize(); ++i) {
+            if (i > 0) joined += sep;
+            joined += items[i].Str();
+        }
+        out = CString(std::move(joined));
+    }, out);
 }
 
 int CVek::CString2Array(CStringArray& items, const CString& text, const char16_t* separator,
                         int flag) {
-    const std::u16string whole = text.Str();  // `text` may live inside `items`
-    const std::u16string_view sep = View(separator);
-    items.RemoveAll();
-    if (whole.empty()) return 0;
-    auto add = [&](std::u16string_view piece) {
-        CString item{piece};
-        if (flag) {
-            item.Trim();
-            if (item.IsEmpty()) return;
+    return Shielded(u"CVek::CString2Array", -1, [&] {
+        const std::u16string whole = text.Str();  // `text` may live inside `items`
+        const std::u16string_view sep = View(separator);
+        items.RemoveAll();
+        if (whole.empty()) return 0;
+        auto add = [&](std::u16string_view piece) {
+            CString item{piece};
+            if (flag) {
+                item.Trim();
+                if (item.IsEmpty()) return;
+            }
+            items.Add(item);
+        };
+        if (sep.empty()) {
+            add(whole);
+            return items.GetSize();
         }
-        items.Add(item);
-    };
-    if (sep.empty()) {
-        add(whole);
+        const std::u16string_view rest(whole);
+        size_t from = 0;
+        for (size_t at; (at = rest.find(sep, from)) != std::u16string_view::npos; from = at + sep.size())
+            add(rest.substr(from, at - from));
+        add(rest.substr(from));
         return items.GetSize();
-    }
-    const std::u16string_view rest(whole);
-    size_t from = 0;
-    for (size_t at; (at = rest.find(sep, from)) != std::u16string_view::npos; from = at + sep.size())
-        add(rest.substr(from, at - from));
-    add(rest.substr(from));
-    return items.GetSize();
+    }, items);
 }
 
 int CVek::GetLeftRight(const CString& text, const char16_t* separator, CString& left, CString& right,
                        int bFirst) {
-    const std::u16string whole = text.Str();  // `text` may be `left` or `right`
-    const std::u16string_view sep = View(separator);
-    const size_t at = sep.empty() ? std::u16string::npos : bFirst ? whole.find(sep) : whole.rfind(sep);
-    if (at == std::u16string::npos) {
-        left = CString(whole);
-        right.Empty();
-        return 0;
-    }
-    left = CString(whole.substr(0, at));
-    right = CString(whole.substr(at + sep.size()));
-    return 1;
+    return Shielded(u"CVek::GetLeftRight", 0, [&] {
+        const std::u16string whole = text.Str();  // `text` may be `left` or `right`
+        const std::u16string_view sep = View(separator);
+        const size_t at = sep.empty() ? std::u16string::npos : bFirst ? whole.find(sep) : whole.rfind(sep);
+        if (at == std::u16string::npos) {
+            left = CString(whole);
+            right.Empty();
+            return 0;
+        }
+        left = CString(whole.substr(0, at));
+        right = CString(whole.substr(at + sep.size()));
+        return 1;
+    }, left, right);
 }
 
 int CVek::FindQuotes(const CString& text, CUIntArray& starts, CUIntArray& ends, const char16_t* quotes,
@@ -114,16 +129,18 @@ int CVek::FindQuotes(const CString& text, CUIntArray& starts, CUIntArray& ends, 
     const std::u16string_view s(text.Str());
     const std::u16string_view set = View(quotes);
     if (s.empty() || set.empty()) return 0;
-    for (size_t open = s.find_first_of(set); open != std::u16string_view::npos;
-         open = s.find_first_of(set, open)) {
-        const size_t close = s.find(s[open], open + 1);
-        const size_t last = close == std::u16string_view::npos ? s.size() - 1 : close;
-        starts.Add(static_cast<uint32_t>(open));
-        ends.Add(static_cast<uint32_t>(last));
-        if (flag) break;
-        open = last + 1;
-    }
-    return starts.GetSize();
+    return Shielded(u"CVek::FindQuotes", -1, [&] {
+        for (size_t open = s.find_first_of(set); open != std::u16string_view::npos;
+             open = s.find_first_of(set, open)) {
+            const size_t close = s.find(s[open], open + 1);
+            const size_t last = close == std::u16string_view::npos ? s.size() - 1 : close;
+            starts.Add(static_cast<uint32_t>(open));
+            ends.Add(static_cast<uint32_t>(last));
+            if (flag) break;
+            open = last + 1;
+        }
+        return starts.GetSize();
+    }, starts, ends);
 }
 
 int CVek::ArrayFindBetween(const CUIntArray& starts, const CUIntArray& ends, uint32_t pos) {
@@ -139,13 +156,14 @@ int CVek::ArrayFindBetween(const CUIntArray& starts, const CUIntArray& ends, uin
 int CVek::FindNoCase(const CString& text, const char16_t* word, int start) {
     const std::u16string_view w = View(word);
     if (w.empty() || start > text.GetLength()) return -1;
-    return ToIndex(Folded(text.Str()).find(Folded(w), StartIndex(start)));
+    return Shielded(u"CVek::FindNoCase", -1,
+                    [&] { return ToIndex(Folded(text.Str()).find(Folded(w), StartIndex(start))); });
 }
 
 int CVek::ReverseFindNoCase(const CString& text, const char16_t* word) {
     const std::u16string_view w = View(word);
     if (w.empty()) return -1;
-    return ToIndex(Folded(text.Str()).rfind(Folded(w)));
+    return Shielded(u"CVek::ReverseFindNoCase", -1, [&] { return ToIndex(Folded(text.Str()).rfind(Folded(w))); });
 }
 
 int CVek::ArrayCompareNoCase(const CStringArray& items, const char16_t* text, int start) {
@@ -158,17 +176,21 @@ void CVek::Pad(CString& text, int length, char16_t ch, int bLeft) {
     const int missing = std::min(length, CALC_MAX_PAD_LENGTH) - text.GetLength();
     if (missing <= 0) return;
     std::u16string& s = text.Str();
-    s.insert(bLeft ? s.begin() : s.end(), static_cast<size_t>(missing), ch);
+    ShieldedInto(u"CVek::Pad", [&] { s.insert(bLeft ? s.begin() : s.end(), static_cast<size_t>(missing), ch); }, text);
 }
 
 int CVek::IsDigit(char16_t ch) { return qorcalc::support::IsAsciiDigit(ch) ? 1 : 0; }
 
 int CVek::Str2Bool(const char16_t* text) {
-    CString s(text);
-    s.Trim();
-    for (const char16_t* word : {u"true", u"yes", u"y", u"on"})
-        if (s.CompareNoCase(word) == 0) return 1;
-    return ReadsAsNonZeroNumber(s.Str()) ? 1 : 0;
+    std::u16string_view s = View(text);
+    while (!s.empty() && qorcalc::support::iswspace16(s.front())) s.remove_prefix(1);
+    while (!s.empty() && qorcalc::support::iswspace16(s.back())) s.remove_suffix(1);
+    for (const std::u16string_view word : {u"true", u"yes", u"y", u"on"})
+        if (s.size() == word.size() && std::equal(s.begin(), s.end(), word.begin(), [](char16_t a, char16_t b) {
+                return towlower16(a) == b;
+            }))
+            return 1;
+    return ReadsAsNonZeroNumber(s) ? 1 : 0;
 }
 
 int CVek::CUIntArrayFind(const CUIntArray& items, uint32_t value, int start) {

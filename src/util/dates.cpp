@@ -18,6 +18,7 @@
 #include <string_view>
 
 using namespace qorcalc::support;
+using qorcalc::detail::ShieldedInto;
 
 namespace {
 
@@ -227,48 +228,52 @@ int CUtilityCalc::IsValidDate(CString& value, const CString& minimum, const CStr
 // A null date (an empty or all-zero text) has nothing to fill the pattern
 // with and is treated like an unreadable one.
 void CUtilityCalc::FormatDate(const CString& dateText, CString& pattern) {
-    COleDateTime date;
-    if (!String2Time(dateText, &date, 0) || date.GetStatus() != COleDateTime::valid) {
-        pattern = dateText;
-        return;
-    }
-    Slots slots;
-    PlaceWord(pattern, slots[kFMonth], {u"Month", u"Mon"});
-    PlaceWord(pattern, slots[kFWeekday], {u"day"});
-    ReadLoneMAsMonth(pattern);
-    PlaceLetters(pattern, slots[kFYear], u"Yy", 4);
-    PlaceLetters(pattern, slots[kFMonth], u"M", 2);
-    PlaceLetters(pattern, slots[kFDay], u"Dd", 2);
-    PlaceLetters(pattern, slots[kFHour], u"Hh", 2);
-    PlaceLetters(pattern, slots[kFMinute], u"m", 2);
-    PlaceLetters(pattern, slots[kFSecond], u"Ss", 2);
+    ShieldedInto(u"CUtilityCalc::FormatDate", [&] {
+        COleDateTime date;
+        if (!String2Time(dateText, &date, 0) || date.GetStatus() != COleDateTime::valid) {
+            pattern = dateText;
+            return;
+        }
+        Slots slots;
+        PlaceWord(pattern, slots[kFMonth], {u"Month", u"Mon"});
+        PlaceWord(pattern, slots[kFWeekday], {u"day"});
+        ReadLoneMAsMonth(pattern);
+        PlaceLetters(pattern, slots[kFYear], u"Yy", 4);
+        PlaceLetters(pattern, slots[kFMonth], u"M", 2);
+        PlaceLetters(pattern, slots[kFDay], u"Dd", 2);
+        PlaceLetters(pattern, slots[kFHour], u"Hh", 2);
+        PlaceLetters(pattern, slots[kFMinute], u"m", 2);
+        PlaceLetters(pattern, slots[kFSecond], u"Ss", 2);
 
-    // Right to left, so that each replacement leaves the positions of the
-    // fields still to come unchanged.
-    std::array<int, kDateFieldCount> order;
-    for (int i = 0; i < kDateFieldCount; ++i) order[i] = i;
-    std::sort(order.begin(), order.end(), [&](int x, int y) { return slots[x].pos > slots[y].pos; });
-    for (int field : order) {
-        const Slot& slot = slots[field];
-        if (slot.pos < 0) break;
-        pattern.Delete(slot.pos, slot.length);
-        pattern.Insert(slot.pos, FieldText(static_cast<DateField>(field), slot, date));
-    }
+        // Right to left, so that each replacement leaves the positions of the
+        // fields still to come unchanged.
+        std::array<int, kDateFieldCount> order;
+        for (int i = 0; i < kDateFieldCount; ++i) order[i] = i;
+        std::sort(order.begin(), order.end(), [&](int x, int y) { return slots[x].pos > slots[y].pos; });
+        for (int field : order) {
+            const Slot& slot = slots[field];
+            if (slot.pos < 0) break;
+            pattern.Delete(slot.pos, slot.length);
+            pattern.Insert(slot.pos, FieldText(static_cast<DateField>(field), slot, date));
+        }
+    }, pattern);
 }
 
 void CUtilityCalc::MyFormatDateTime(CString& out, const COleDateTime& value, const char16_t* pattern) {
-    CString format = pattern;
-    if (format.IsEmpty()) GetDateTimeFormat(format, 0);
-    const int toUtcAt = CVek::FindNoCase(format, u"/Z");
-    if (toUtcAt >= 0) format.Delete(toUtcAt, 2);
-    const int zoneAt = CVek::FindNoCase(format, u"%Z");
-    if (zoneAt >= 0) {
-        format.Delete(zoneAt, 2);
-        format.Insert(zoneAt, ZoneText());
-    }
-    COleDateTime shown = value;
-    if (toUtcAt >= 0) shown += CGlobalInfo::GetInstance()->GetLocalDateTimeSpan();
-    out = shown.Format(format);
+    ShieldedInto(u"CUtilityCalc::MyFormatDateTime", [&] {
+        CString format = pattern;
+        if (format.IsEmpty()) GetDateTimeFormat(format, 0);
+        const int toUtcAt = CVek::FindNoCase(format, u"/Z");
+        if (toUtcAt >= 0) format.Delete(toUtcAt, 2);
+        const int zoneAt = CVek::FindNoCase(format, u"%Z");
+        if (zoneAt >= 0) {
+            format.Delete(zoneAt, 2);
+            format.Insert(zoneAt, ZoneText());
+        }
+        COleDateTime shown = value;
+        if (toUtcAt >= 0) shown += CGlobalInfo::GetInstance()->GetLocalDateTimeSpan();
+        out = shown.Format(format);
+    }, out);
 }
 
 const char16_t* CUtilityCalc::GetEnglishMonth(int index) { return index >= 0 && index < 12 ? kMonthNames[index] : nullptr; }

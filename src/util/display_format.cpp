@@ -7,6 +7,7 @@
 // costs one scan.
 #include "util/display_format.h"
 
+#include <qorcalc/api.h>
 #include <qorcalc/limits.h>
 #include <qorcalc/utility.h>
 
@@ -171,73 +172,84 @@ void SetDecLen(CString& number, int decimals) {
 
 using qorcalc::util::IsZeroNumberText;
 using qorcalc::util::SetDecLen;
+using qorcalc::detail::ShieldedInto;
 
 void CUtilityCalc::SepNumber(CString& number) {
-    const std::u16string& s = number.Str();
-    size_t start = 0;
-    while (start < s.size() && s[start] != u'.' && !IsAsciiDigit(s[start])) ++start;
-    std::u16string rest = s.substr(start);
-    std::erase(rest, u',');
-    const size_t point = std::min(rest.find(u'.'), rest.size());
-    number = CString(s.substr(0, start) + Grouped(std::u16string_view(rest).substr(0, point)) +
-                     rest.substr(point));
+    ShieldedInto(u"CUtilityCalc::SepNumber", [&] {
+        const std::u16string& s = number.Str();
+        size_t start = 0;
+        while (start < s.size() && s[start] != u'.' && !IsAsciiDigit(s[start])) ++start;
+        std::u16string rest = s.substr(start);
+        std::erase(rest, u',');
+        const size_t point = std::min(rest.find(u'.'), rest.size());
+        number = CString(s.substr(0, start) + Grouped(std::u16string_view(rest).substr(0, point)) +
+                         rest.substr(point));
+    }, number);
 }
 
 // Leading spaces, when kept, are put back in front of the result; otherwise
 // the spaces around the number are dropped.
 void CUtilityCalc::ConvertToDispFormat(CString& number, uint8_t format, int round, int keepLeadingSpaces) {
-    if (!IsPureNumber(number, 1)) return;
-    int spaces = 0;
-    while (keepLeadingSpaces && number[spaces] == u' ') ++spaces;
-    number.Trim(u' ');
-    number.Remove(u',');
-    const bool showZero = format & kShowZero;
-    if (!showZero && IsZeroNumberText(number)) {
-        number.Empty();
-        return;
-    }
-    const int decimals = DecimalsOf(format);
-    if (round) RoundStr(number, decimals);
-    SetDecLen(number, decimals);
-    if (format & kSeparators) SepNumber(number);
-    if (!showZero && IsZeroNumberText(number)) number.Empty();
-    if (spaces > 0) number.Insert(0, CString(u' ', spaces));
+    ShieldedInto(u"CUtilityCalc::ConvertToDispFormat", [&] {
+        if (!IsPureNumber(number, 1)) return;
+        int spaces = 0;
+        while (keepLeadingSpaces && number[spaces] == u' ') ++spaces;
+        number.Trim(u' ');
+        number.Remove(u',');
+        const bool showZero = format & kShowZero;
+        if (!showZero && IsZeroNumberText(number)) {
+            number.Empty();
+            return;
+        }
+        const int decimals = DecimalsOf(format);
+        if (round) RoundStr(number, decimals);
+        SetDecLen(number, decimals);
+        if (format & kSeparators) SepNumber(number);
+        if (!showZero && IsZeroNumberText(number)) number.Empty();
+        if (spaces > 0) number.Insert(0, CString(u' ', spaces));
+    }, number);
 }
 
 // Without the show-zero bit this form shows nothing at all, unlike the text
 // form: a cell given only a double has no text to keep.
 void CUtilityCalc::ConvertToDispFormat(double value, CString& out, uint8_t format) {
-    out.Empty();
-    if (value == 0.0 || !(format & kShowZero)) return;
-    const int decimals = DecimalsOf(format);
-    Double2Str(out, value, -1);
-    RoundStr(out, decimals);
-    SetDecLen(out, decimals);
-    if (format & kSeparators) SepNumber(out);
+    ShieldedInto(u"CUtilityCalc::ConvertToDispFormat", [&] {
+        out.Empty();
+        if (value == 0.0 || !(format & kShowZero)) return;
+        const int decimals = DecimalsOf(format);
+        Double2Str(out, value, -1);
+        RoundStr(out, decimals);
+        SetDecLen(out, decimals);
+        if (format & kSeparators) SepNumber(out);
+    }, out);
 }
 
 void CUtilityCalc::ConvertToDispFormat(double value, CString& out, const CString& pattern) {
-    int decimals = -1;
-    if (!pattern.IsEmpty()) {
-        decimals = GetDecLen(pattern);
-        // A fraction ending in "#" shows every decimal, so nothing is rounded away.
-        if (decimals > 0 && pattern[pattern.GetLength() - 1] == u'#') decimals = -1;
-    }
-    Double2Str(out, value, -1);
-    RoundStr(out, decimals);
-    FormatNum(out, pattern);
+    ShieldedInto(u"CUtilityCalc::ConvertToDispFormat", [&] {
+        int decimals = -1;
+        if (!pattern.IsEmpty()) {
+            decimals = GetDecLen(pattern);
+            // A fraction ending in "#" shows every decimal, so nothing is rounded away.
+            if (decimals > 0 && pattern[pattern.GetLength() - 1] == u'#') decimals = -1;
+        }
+        Double2Str(out, value, -1);
+        RoundStr(out, decimals);
+        FormatNum(out, pattern);
+    }, out);
 }
 
 void CUtilityCalc::FormatNum(CString& value, const CString& pattern) {
-    if (pattern.IsEmpty()) return;
-    const int point = pattern.Find(u'.');
-    const std::u16string integerPattern = point < 0 ? pattern.Str() : pattern.Str().substr(0, point);
-    const std::u16string fractionPattern = point < 0 ? std::u16string() : pattern.Str().substr(point + 1);
-    const PatternDigits digits = ReadDigits(value.Str());
-    value.Empty();
-    if (!integerPattern.empty()) value = CString(FillIntegerPattern(integerPattern, digits));
-    if (!fractionPattern.empty()) {
-        value += u'.';
-        value += CString(FillFractionPattern(fractionPattern, digits));
-    }
+    ShieldedInto(u"CUtilityCalc::FormatNum", [&] {
+        if (pattern.IsEmpty()) return;
+        const int point = pattern.Find(u'.');
+        const std::u16string integerPattern = point < 0 ? pattern.Str() : pattern.Str().substr(0, point);
+        const std::u16string fractionPattern = point < 0 ? std::u16string() : pattern.Str().substr(point + 1);
+        const PatternDigits digits = ReadDigits(value.Str());
+        value.Empty();
+        if (!integerPattern.empty()) value = CString(FillIntegerPattern(integerPattern, digits));
+        if (!fractionPattern.empty()) {
+            value += u'.';
+            value += CString(FillFractionPattern(fractionPattern, digits));
+        }
+    }, value);
 }

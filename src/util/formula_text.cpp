@@ -6,6 +6,7 @@
 // double quote.  Function names take ASCII letters only, variable names the
 // letters of the current locale; wider characters pass when the caller
 // allows them.
+#include <qorcalc/api.h>
 #include <qorcalc/buffer.h>
 #include <qorcalc/limits.h>
 #include <qorcalc/utility.h>
@@ -21,6 +22,8 @@
 
 namespace {
 
+using qorcalc::detail::Shielded;
+using qorcalc::detail::ShieldedInto;
 using qorcalc::support::IsAsciiDigit;
 
 constexpr std::u16string_view kLineBreak = u"\r\n";
@@ -55,7 +58,9 @@ int RejectUnlessDigit(int i, char16_t c, int& badPos) {
 }  // namespace
 
 char16_t CUtilityCalc::Dettach_Quotes(CString& text, uint8_t* kind) {
-    const std::u16string& s = text.Str();
+    // Unquoting only shortens the text in place, which cannot fail; only
+    // telling the kind runs shielded.
+    std::u16string& s = text.Str();
     size_t first = 0, last = s.size();
     char16_t removed = 0;
     while (last - first >= 2 && s[first] == s[last - 1] && IsQuote(s[first])) {
@@ -64,81 +69,90 @@ char16_t CUtilityCalc::Dettach_Quotes(CString& text, uint8_t* kind) {
         --last;
     }
     if (removed) {
-        // In place: the text only loses characters at both ends.
-        std::u16string& t = text.Str();
-        t.erase(last);
-        t.erase(0, first);
+        s.erase(last);
+        s.erase(0, first);
     }
     if (!kind) return removed;
-
-    if (text.IsEmpty()) {
-        *kind = 0;
-    } else if (!IsPureNumber(text, 0)) {
-        *kind = CVek::IsDateString(text, 1) ? 4 : 0;
-    } else {
-        const int point = text.Find(u'.');
-        const int numberPart = point < 0 ? text.GetLength() : text.GetLength() - point;
-        *kind = numberPart < kMaxNumberPartLength ? 6 : 0;
-    }
-    return removed;
+    return Shielded(u"CUtilityCalc::Dettach_Quotes", char16_t{0}, [&]() -> char16_t {
+        if (text.IsEmpty()) {
+            *kind = 0;
+        } else if (!IsPureNumber(text, 0)) {
+            *kind = CVek::IsDateString(text, 1) ? 4 : 0;
+        } else {
+            const int point = text.Find(u'.');
+            const int numberPart = point < 0 ? text.GetLength() : text.GetLength() - point;
+            *kind = numberPart < kMaxNumberPartLength ? 6 : 0;
+        }
+        return removed;
+    }, text);
 }
 
 void CUtilityCalc::Attach_Quotes(CString& text) {
-    if (text.GetLength() == 1) {
-        const char16_t c = text[0];
-        const char16_t quote = c == u'\'' ? u'"' : u'\'';
-        text = CString(quote) + c + quote;
-        return;
-    }
-    if (!text.IsEmpty()) Dettach_Quotes(text, nullptr);
-    // A "'" in the first place is left to the single quotes around it.
-    const char16_t quote = text.Find(u'\'', 1) < 0 ? u'\'' : u'"';
-    text.Str().insert(text.Str().begin(), quote);
-    text.Str() += quote;
+    ShieldedInto(u"CUtilityCalc::Attach_Quotes", [&] {
+        if (text.GetLength() == 1) {
+            const char16_t c = text[0];
+            const char16_t quote = c == u'\'' ? u'"' : u'\'';
+            text = CString(quote) + c + quote;
+            return;
+        }
+        if (!text.IsEmpty()) Dettach_Quotes(text, nullptr);
+        // A "'" in the first place is left to the single quotes around it.
+        const char16_t quote = text.Find(u'\'', 1) < 0 ? u'\'' : u'"';
+        text.Str().insert(text.Str().begin(), quote);
+        text.Str() += quote;
+    }, text);
 }
 
 int CUtilityCalc::GetLeftPara(CString& line, CString& text, int remove, int trim) {
-    line.Empty();
-    const size_t at = text.Str().find(kLineBreak);
-    if (at == std::u16string::npos) return 0;
-    line = CString(text.Str().substr(0, at));
-    if (remove) text = CString(text.Str().substr(at + kLineBreak.size()));
-    if (trim) {
-        line.TrimRight();
-        if (remove) text.TrimLeft();
-    }
-    return 1;
+    return Shielded(u"CUtilityCalc::GetLeftPara", 0, [&]() -> int {
+        line.Empty();
+        const size_t at = text.Str().find(kLineBreak);
+        if (at == std::u16string::npos) return 0;
+        line = CString(text.Str().substr(0, at));
+        if (remove) text = CString(text.Str().substr(at + kLineBreak.size()));
+        if (trim) {
+            line.TrimRight();
+            if (remove) text.TrimLeft();
+        }
+        return 1;
+    }, line);
 }
 
 // The buffer forms split the buffer's text as the text forms do; what the
 // split keeps is a suffix (left) or a prefix (right) of it, so the buffer
 // only loses bytes at its front or its end.
 int CUtilityCalc::GetLeftPara(CString& line, CBuffer& text, int remove, int trim) {
-    CString rest(WideText(text));
-    const int whole = rest.GetLength();
-    if (!GetLeftPara(line, rest, remove, trim)) return 0;
-    if (remove) text.Delete(0, static_cast<uint32_t>(whole - rest.GetLength()) * 2);
-    return 1;
+    return Shielded(u"CUtilityCalc::GetLeftPara", 0, [&]() -> int {
+        CString rest(WideText(text));
+        const int whole = rest.GetLength();
+        if (!GetLeftPara(line, rest, remove, trim)) return 0;
+        if (remove) text.Delete(0, static_cast<uint32_t>(whole - rest.GetLength()) * 2);
+        return 1;
+    }, line);
 }
 
 int CUtilityCalc::GetRightPara(CString& line, CString& text, int remove, int trim) {
-    line.Empty();
-    const size_t at = text.Str().rfind(kLineBreak);
-    if (at == std::u16string::npos) return 0;
-    line = CString(text.Str().substr(at + kLineBreak.size()));
-    if (remove) text = CString(text.Str().substr(0, at));
-    if (trim) {
-        line.TrimLeft();
-        if (remove) text.TrimRight();
-    }
-    return 1;
+    return Shielded(u"CUtilityCalc::GetRightPara", 0, [&]() -> int {
+        line.Empty();
+        const size_t at = text.Str().rfind(kLineBreak);
+        if (at == std::u16string::npos) return 0;
+        line = CString(text.Str().substr(at + kLineBreak.size()));
+        if (remove) text = CString(text.Str().substr(0, at));
+        if (trim) {
+            line.TrimLeft();
+            if (remove) text.TrimRight();
+        }
+        return 1;
+    }, line);
 }
 
 int CUtilityCalc::GetRightPara(CString& line, CMem& text, int remove, int trim) {
-    CString rest(WideText(text));
-    if (!GetRightPara(line, rest, remove, trim)) return 0;
-    if (remove) text.Delete(static_cast<uint32_t>(rest.GetLength()) * 2, text.GetSize());
-    return 1;
+    return Shielded(u"CUtilityCalc::GetRightPara", 0, [&]() -> int {
+        CString rest(WideText(text));
+        if (!GetRightPara(line, rest, remove, trim)) return 0;
+        if (remove) text.Delete(static_cast<uint32_t>(rest.GetLength()) * 2, text.GetSize());
+        return 1;
+    }, line);
 }
 
 // badPos counts in the trimmed name.
@@ -180,43 +194,45 @@ int CUtilityCalc::IsValidVarName(const char16_t* name, int allowWide, int allowD
 // are the expression parser's business.  The name is the text before the
 // "(" as it stands.
 int CUtilityCalc::ParseFunction(const char16_t* text, CString& name, CStringArray& args) {
-    name.Empty();
-    args.RemoveAll();
-    CString whole(text);
-    whole.Trim();
-    if (whole.IsEmpty()) return 1;
+    return Shielded(u"CUtilityCalc::ParseFunction", 0, [&]() -> int {
+        name.Empty();
+        args.RemoveAll();
+        CString whole(text);
+        whole.Trim();
+        if (whole.IsEmpty()) return 1;
 
-    const int open = whole.Find(u'(');
-    if (open >= 0) name = whole.Left(open);
-    const std::u16string& s = whole.Str();
-    size_t i = open < 0 ? 0 : static_cast<size_t>(open) + 1;
-    while (i < s.size()) {
-        while (i < s.size() && qorcalc::support::iswspace16(s[i])) ++i;
-        CString arg;
-        char16_t quote = 0;
-        char16_t end = 0;
-        for (; i < s.size(); ++i) {
-            const char16_t c = s[i];
-            if (IsQuote(c) && quote == 0 && arg.IsEmpty()) {
-                quote = c;
-            } else if (quote != 0 && c == quote) {
-                quote = 0;
-            } else if (quote == 0 && (c == u',' || c == u')')) {
-                end = c;
-                ++i;
-                break;
-            } else {
-                arg += c;
+        const int open = whole.Find(u'(');
+        if (open >= 0) name = whole.Left(open);
+        const std::u16string& s = whole.Str();
+        size_t i = open < 0 ? 0 : static_cast<size_t>(open) + 1;
+        while (i < s.size()) {
+            while (i < s.size() && qorcalc::support::iswspace16(s[i])) ++i;
+            CString arg;
+            char16_t quote = 0;
+            char16_t end = 0;
+            for (; i < s.size(); ++i) {
+                const char16_t c = s[i];
+                if (IsQuote(c) && quote == 0 && arg.IsEmpty()) {
+                    quote = c;
+                } else if (quote != 0 && c == quote) {
+                    quote = 0;
+                } else if (quote == 0 && (c == u',' || c == u')')) {
+                    end = c;
+                    ++i;
+                    break;
+                } else {
+                    arg += c;
+                }
             }
+            arg.Trim();
+            if (end == u')') {
+                if (!arg.IsEmpty() || !args.IsEmpty()) args.Add(arg);
+                break;
+            }
+            args.Add(arg);
         }
-        arg.Trim();
-        if (end == u')') {
-            if (!arg.IsEmpty() || !args.IsEmpty()) args.Add(arg);
-            break;
-        }
-        args.Add(arg);
-    }
-    return 1;
+        return 1;
+    }, name, args);
 }
 
 void CUtilityCalc::SafeDelete(CString& text, int position, int count) {
@@ -283,45 +299,47 @@ size_t TrailingBlanks(std::u16string_view s) {
 }  // namespace
 
 int CUtilityCalc::SumDim(CString& out, const CStringArray& args) {
-    out.Empty();
-    int summed = args.GetSize();
-    if (summed == 0) return 0;
-    const CString& last = args[summed - 1];
-    CString separator = SeparatorBetweenNumbers(last);
-    if (separator.IsEmpty() && !IsConvertAbleNumberString(last, 0)) {
-        separator = last;
-        --summed;
-    }
-
-    std::vector<double> sums;
-    size_t blanksBefore = 0, blanksAfter = 0;
-    CStringArray elements;
-    for (int a = 0; a < summed; ++a) {
-        CVek::CString2Array(elements, args[a], separator.IsEmpty() ? nullptr : separator.GetString(), 0);
-        const int count = elements.GetSize();
-        if (sums.size() < static_cast<size_t>(count)) sums.resize(static_cast<size_t>(count), 0.0);
-        for (int e = 0; e < count; ++e) {
-            CString element = elements[e];
-            if (e + 1 < count) blanksBefore = std::max(blanksBefore, TrailingBlanks(element.Str()));
-            if (e > 0) blanksAfter = std::max(blanksAfter, LeadingBlanks(element.Str()));
-            element.Trim(kBlanks);
-            sums[static_cast<size_t>(e)] += Str2Double(element);
+    return Shielded(u"CUtilityCalc::SumDim", -1, [&]() -> int {
+        out.Empty();
+        int summed = args.GetSize();
+        if (summed == 0) return 0;
+        const CString& last = args[summed - 1];
+        CString separator = SeparatorBetweenNumbers(last);
+        if (separator.IsEmpty() && !IsConvertAbleNumberString(last, 0)) {
+            separator = last;
+            --summed;
         }
-    }
 
-    const CString joint = CString(u' ', static_cast<int>(blanksBefore)) + separator +
-                          CString(u' ', static_cast<int>(blanksAfter));
-    if (sums.empty()) return 0;
-    std::vector<CString> numbers(sums.size());
-    int64_t length = static_cast<int64_t>(joint.GetLength()) * static_cast<int64_t>(sums.size() - 1);
-    for (size_t e = 0; e < sums.size(); ++e) {
-        Double2Str(numbers[e], sums[e], -1);
-        length += numbers[e].GetLength();
-    }
-    if (length > CALC_MAX_TEXT_LENGTH) return -1;
-    for (size_t e = 0; e < sums.size(); ++e) {
-        if (e > 0) out += joint;
-        out += numbers[e];
-    }
-    return static_cast<int>(sums.size());
+        std::vector<double> sums;
+        size_t blanksBefore = 0, blanksAfter = 0;
+        CStringArray elements;
+        for (int a = 0; a < summed; ++a) {
+            CVek::CString2Array(elements, args[a], separator.IsEmpty() ? nullptr : separator.GetString(), 0);
+            const int count = elements.GetSize();
+            if (sums.size() < static_cast<size_t>(count)) sums.resize(static_cast<size_t>(count), 0.0);
+            for (int e = 0; e < count; ++e) {
+                CString element = elements[e];
+                if (e + 1 < count) blanksBefore = std::max(blanksBefore, TrailingBlanks(element.Str()));
+                if (e > 0) blanksAfter = std::max(blanksAfter, LeadingBlanks(element.Str()));
+                element.Trim(kBlanks);
+                sums[static_cast<size_t>(e)] += Str2Double(element);
+            }
+        }
+
+        const CString joint = CString(u' ', static_cast<int>(blanksBefore)) + separator +
+                              CString(u' ', static_cast<int>(blanksAfter));
+        if (sums.empty()) return 0;
+        std::vector<CString> numbers(sums.size());
+        int64_t length = static_cast<int64_t>(joint.GetLength()) * static_cast<int64_t>(sums.size() - 1);
+        for (size_t e = 0; e < sums.size(); ++e) {
+            Double2Str(numbers[e], sums[e], -1);
+            length += numbers[e].GetLength();
+        }
+        if (length > CALC_MAX_TEXT_LENGTH) return -1;
+        for (size_t e = 0; e < sums.size(); ++e) {
+            if (e > 0) out += joint;
+            out += numbers[e];
+        }
+        return static_cast<int>(sums.size());
+    }, out);
 }

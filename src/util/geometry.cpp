@@ -2,6 +2,7 @@
 // integer points.  Intermediate values are formed in 64 bits (squares in
 // doubles) so that no input can overflow a signed type; results saturate
 // into the 32-bit fields they are stored in.
+#include <qorcalc/api.h>
 #include <qorcalc/streams.h>
 #include <qorcalc/utility.h>
 
@@ -9,6 +10,8 @@
 #include <cmath>
 #include <cstdlib>
 #include <limits>
+
+using qorcalc::detail::Shielded;
 
 namespace {
 
@@ -235,19 +238,21 @@ int ReadCount(IStreamInput* in, int countWidth, uint32_t& count) {
 // stream cannot show it holds is taken on trust no further than the elements
 // that actually arrive, so a forged count of four billion costs nothing.
 int CUtilityCalc::DeserializeUIntArray(IStreamInput* in, CUIntArray& items, int countWidth) {
-    uint32_t count = 0;
-    if (!in || !ReadCount(in, countWidth, count)) return 0;
-    const int64_t left = in->Remaining();
-    const bool presize = count <= kMaxPresizedCount || (left >= 0 && static_cast<uint64_t>(left) / 4 >= count);
-    items.RemoveAll();
-    if (presize) items.SetSize(static_cast<int>(count));
-    for (uint32_t i = 0; i < count; ++i) {
-        uint32_t v = 0;
-        if (!in->Read32(v)) return 0;
-        if (presize) items[static_cast<int>(i)] = v;
-        else items.Add(v);
-    }
-    return 1;
+    return Shielded(u"CUtilityCalc::DeserializeUIntArray", 0, [&]() -> int {
+        uint32_t count = 0;
+        if (!in || !ReadCount(in, countWidth, count)) return 0;
+        const int64_t left = in->Remaining();
+        const bool presize = count <= kMaxPresizedCount || (left >= 0 && static_cast<uint64_t>(left) / 4 >= count);
+        items.RemoveAll();
+        if (presize) items.SetSize(static_cast<int>(count));
+        for (uint32_t i = 0; i < count; ++i) {
+            uint32_t v = 0;
+            if (!in->Read32(v)) return 0;
+            if (presize) items[static_cast<int>(i)] = v;
+            else items.Add(v);
+        }
+        return 1;
+    }, items);
 }
 
 int CUtilityCalc::C0_99() { return static_cast<int>(static_cast<unsigned>(std::rand()) % 100); }

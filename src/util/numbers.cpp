@@ -10,6 +10,7 @@
 //   - no conversion between double and integer is ever out of range: the
 //     results saturate instead (see utility.h);
 //   - numbers never depend on the process locale (from_chars / to_chars).
+#include <qorcalc/api.h>
 #include <qorcalc/limits.h>
 #include <qorcalc/utility.h>
 
@@ -21,6 +22,8 @@
 #include <cmath>
 #include <string>
 
+using qorcalc::detail::Shielded;
+using qorcalc::detail::ShieldedInto;
 using qorcalc::support::IsAsciiDigit;
 
 namespace {
@@ -179,107 +182,117 @@ int CUtilityCalc::Double2Int(double value) {
 }
 
 int64_t CUtilityCalc::Double2Int64(double value) {
-    if (std::isnan(value)) return 0;
-    if (std::isinf(value)) return value < 0 ? INT64_MIN : INT64_MAX;
-    // Decimal rounding on the written text: 0.49999999999999994 is written "0.5"
-    // and so gives 1, as the user reading it expects.
-    CString text;
-    Double2Str(text, value, -1);
-    RoundStr(text, 0);
-    return qorcalc::support::wtoi64(text);
+    return Shielded(u"CUtilityCalc::Double2Int64", int64_t{0}, [&]() -> int64_t {
+        if (std::isnan(value)) return 0;
+        if (std::isinf(value)) return value < 0 ? INT64_MIN : INT64_MAX;
+        // Decimal rounding on the written text: 0.49999999999999994 is written "0.5"
+        // and so gives 1, as the user reading it expects.
+        CString text;
+        Double2Str(text, value, -1);
+        RoundStr(text, 0);
+        return qorcalc::support::wtoi64(text);
+    });
 }
 
 void CUtilityCalc::Double2Str(CString& out, double value, int decimals) {
-    out.Empty();
-    if (!std::isfinite(value)) return;
-    const double a = std::fabs(value);
-    const int n = std::min(decimals, kMaxWrittenDecimals);
-    // 309 integer digits for the largest double, plus the point and 8 decimals.
-    char buf[400];
-    if (decimals < 0 && a < kWholeOnly && a == std::trunc(a)) {
-        // A whole number as it is: what the rounding below would leave of
-        // its fixed-point text is its digits, so they are written at once.
-        const auto digits = std::to_chars(buf, buf + sizeof buf, static_cast<uint64_t>(a));
-        AssignWidened(out, buf, digits.ptr);
-        if (value < 0) out.Insert(0, u'-');
-        return;
-    }
-    const auto whole = std::to_chars(buf, buf + sizeof buf, std::trunc(a), std::chars_format::fixed, 0);
-    const int integerDigits = static_cast<int>(whole.ptr - buf);
-    if (a >= kWholeOnly) {
-        AssignWidened(out, buf, whole.ptr);
-        if (n > 0) {
-            out += u'.';
-            out += CString(u'0', n);
+    ShieldedInto(u"CUtilityCalc::Double2Str", [&] {
+        out.Empty();
+        if (!std::isfinite(value)) return;
+        const double a = std::fabs(value);
+        const int n = std::min(decimals, kMaxWrittenDecimals);
+        // 309 integer digits for the largest double, plus the point and 8 decimals.
+        char buf[400];
+        if (decimals < 0 && a < kWholeOnly && a == std::trunc(a)) {
+            // A whole number as it is: what the rounding below would leave of
+            // its fixed-point text is its digits, so they are written at once.
+            const auto digits = std::to_chars(buf, buf + sizeof buf, static_cast<uint64_t>(a));
+            AssignWidened(out, buf, digits.ptr);
+            if (value < 0) out.Insert(0, u'-');
+            return;
         }
-    } else {
-        const int precision = std::clamp(kSignificantDigits - integerDigits, 0, kMaxWrittenDecimals);
-        const auto res = std::to_chars(buf, buf + sizeof buf, a, std::chars_format::fixed, precision);
-        AssignWidened(out, buf, res.ptr);
-        // Asked for as it is, the text has at most 15 digits, fewer than
-        // rounding keeps: only its fraction's trailing zeros go.
-        if (decimals < 0) {
-            DropFractionZeros(out.Str());
+        const auto whole = std::to_chars(buf, buf + sizeof buf, std::trunc(a), std::chars_format::fixed, 0);
+        const int integerDigits = static_cast<int>(whole.ptr - buf);
+        if (a >= kWholeOnly) {
+            AssignWidened(out, buf, whole.ptr);
+            if (n > 0) {
+                out += u'.';
+                out += CString(u'0', n);
+            }
         } else {
-            RoundStr(out, n);
+            const int precision = std::clamp(kSignificantDigits - integerDigits, 0, kMaxWrittenDecimals);
+            const auto res = std::to_chars(buf, buf + sizeof buf, a, std::chars_format::fixed, precision);
+            AssignWidened(out, buf, res.ptr);
+            // Asked for as it is, the text has at most 15 digits, fewer than
+            // rounding keeps: only its fraction's trailing zeros go.
+            if (decimals < 0) {
+                DropFractionZeros(out.Str());
+            } else {
+                RoundStr(out, n);
+            }
         }
-    }
-    // The sign follows the value, not the rounded text: -0.001 to 2 decimals is "-0.00".
-    if (value < 0) out.Insert(0, u'-');
+        // The sign follows the value, not the rounded text: -0.001 to 2 decimals is "-0.00".
+        if (value < 0) out.Insert(0, u'-');
+    }, out);
 }
 
-void CUtilityCalc::Int64Str(CString& out, int64_t value) { out = IntegerText(value); }
+void CUtilityCalc::Int64Str(CString& out, int64_t value) {
+    ShieldedInto(u"CUtilityCalc::Int64Str", [&] { out = IntegerText(value); }, out);
+}
 
-void CUtilityCalc::UInt64Str(CString& out, int64_t value) { out = IntegerText(static_cast<uint64_t>(value)); }
+void CUtilityCalc::UInt64Str(CString& out, int64_t value) {
+    ShieldedInto(u"CUtilityCalc::UInt64Str", [&] { out = IntegerText(static_cast<uint64_t>(value)); }, out);
+}
 
 void CUtilityCalc::RoundStr(CString& number, int decimals) {
-    number.Trim();
-    number.TrimRight(u'.');
-    std::u16string& s = number.Str();
-    if (s.empty()) return;
-    const size_t point = std::min(s.find(u'.'), s.size());
-    const long long d = point < s.size() ? static_cast<long long>(s.size() - point - 1) : 0;
-    const long long n = decimals;
-    if (n == d) return;
-    if (n > d) {
-        const long long want = std::min<long long>(n, std::max<long long>(d, kMaxPaddedDecimals));
-        if (d == 0) s += u'.';
-        s.append(static_cast<size_t>(want - d), u'0');
-        return;
-    }
+    ShieldedInto(u"CUtilityCalc::RoundStr", [&] {
+        number.Trim();
+        number.TrimRight(u'.');
+        std::u16string& s = number.Str();
+        if (s.empty()) return;
+        const size_t point = std::min(s.find(u'.'), s.size());
+        const long long d = point < s.size() ? static_cast<long long>(s.size() - point - 1) : 0;
+        const long long n = decimals;
+        if (n == d) return;
+        if (n > d) {
+            const long long want = std::min<long long>(n, std::max<long long>(d, kMaxPaddedDecimals));
+            if (d == 0) s += u'.';
+            s.append(static_cast<size_t>(want - d), u'0');
+            return;
+        }
 
-    const bool hadMinus = s[0] == u'-';
-    const size_t first = hadMinus ? 1 : 0;
-    std::u16string integer = s.substr(first, point - first);
-    integer.erase(0, integer.find_first_not_of(u'0'));
-    std::u16string fraction = point < s.size() ? s.substr(point + 1) : std::u16string();
-    DropTrailingZeros(fraction);
-
-    // Never more than 19 digits in all, nor more than 12 asked-for decimals.
-    const long long room = std::max<long long>(kMaxDigits - static_cast<long long>(integer.size()), 0);
-    long long m = std::min(n, kMaxRoundedDecimals);
-    if (m < 0 || m > room) m = room;
-
-    bool carry = false;
-    if (static_cast<long long>(fraction.size()) > m) {
-        const bool up = fraction[static_cast<size_t>(m)] > u'4';
-        fraction.resize(static_cast<size_t>(m));
-        carry = up && AddOne(fraction);
+        const bool hadMinus = s[0] == u'-';
+        const size_t first = hadMinus ? 1 : 0;
+        std::u16string integer = s.substr(first, point - first);
+        integer.erase(0, integer.find_first_not_of(u'0'));
+        std::u16string fraction = point < s.size() ? s.substr(point + 1) : std::u16string();
         DropTrailingZeros(fraction);
-    }
-    // Only a zero result loses its sign ("-0.004" to 2 decimals is "0.00", never
-    // "-0.00"); any other keeps it: "-5.4" to 0 decimals is "-5" and "-5.001" to
-    // 2 is "-5.00", which the signed rounding of Double2Int64 and of amounts needs.
-    bool negative = hadMinus;
-    if (integer.empty()) {
-        integer.push_back(u'0');
-        if (!carry && fraction.empty()) negative = false;
-    }
-    if (carry && AddOne(integer)) integer.insert(0, 1, u'1');
-    if (n >= 0 && m > 0) fraction.resize(static_cast<size_t>(m), u'0');
 
-    s = negative ? u"-" + integer : integer;
-    if (!fraction.empty()) s += u'.' + fraction;
+        // Never more than 19 digits in all, nor more than 12 asked-for decimals.
+        const long long room = std::max<long long>(kMaxDigits - static_cast<long long>(integer.size()), 0);
+        long long m = std::min(n, kMaxRoundedDecimals);
+        if (m < 0 || m > room) m = room;
+
+        bool carry = false;
+        if (static_cast<long long>(fraction.size()) > m) {
+            const bool up = fraction[static_cast<size_t>(m)] > u'4';
+            fraction.resize(static_cast<size_t>(m));
+            carry = up && AddOne(fraction);
+            DropTrailingZeros(fraction);
+        }
+        // Only a zero result loses its sign ("-0.004" to 2 decimals is "0.00", never
+        // "-0.00"); any other keeps it: "-5.4" to 0 decimals is "-5" and "-5.001" to
+        // 2 is "-5.00", which the signed rounding of Double2Int64 and of amounts needs.
+        bool negative = hadMinus;
+        if (integer.empty()) {
+            integer.push_back(u'0');
+            if (!carry && fraction.empty()) negative = false;
+        }
+        if (carry && AddOne(integer)) integer.insert(0, 1, u'1');
+        if (n >= 0 && m > 0) fraction.resize(static_cast<size_t>(m), u'0');
+
+        s = negative ? u"-" + integer : integer;
+        if (!fraction.empty()) s += u'.' + fraction;
+    }, number);
 }
 
 int CUtilityCalc::ResetDoubleString(CString& number) {

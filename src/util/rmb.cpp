@@ -5,10 +5,13 @@
 // Supported amounts have at most 13 integer digits (below ten trillion); a
 // longer one is refused before any digit is written, so a text of any length
 // costs no more than scanning it once.
+#include <qorcalc/api.h>
 #include <qorcalc/limits.h>
 #include <qorcalc/utility.h>
 
 #include "support/text.h"
+
+using qorcalc::detail::Shielded;
 
 namespace {
 
@@ -78,43 +81,45 @@ int WriteFraction(CString& out, const CString& fraction, bool& endsInFen) {
 }  // namespace
 
 int CUtilityCalc::RMB(CString& out, CString& amount, int exact) {
-    out.Empty();
-    amount.Remove(u',');
-    amount.Remove(u' ');
-    amount.TrimLeft(u'0');
-
-    CString fraction;
-    int point = amount.Find(u'.');
-    if (point >= 0) {
-        if (amount.GetLength() - point - 1 > 2) {
-            RoundStr(amount, 2);
-            point = amount.Find(u'.');
-        }
-        if (point >= 0) {
-            fraction = amount.Mid(point + 1);
-            fraction.TrimRight(u'0');
-            amount = amount.Left(point);
-        }
-    }
-
-    const bool negative = amount.GetAt(0) == u'-';
-    if (negative) {
-        amount.Delete(0, 1);
+    return Shielded(u"CUtilityCalc::RMB", 0, [&]() -> int {
+        out.Empty();
+        amount.Remove(u',');
+        amount.Remove(u' ');
         amount.TrimLeft(u'0');
-    }
 
-    if (amount.GetLength() > kMaxIntegerDigits) return 0;
-    if (amount.IsEmpty() && fraction.IsEmpty()) {
-        out = u"零元";
-        if (exact) out += u"整";
+        CString fraction;
+        int point = amount.Find(u'.');
+        if (point >= 0) {
+            if (amount.GetLength() - point - 1 > 2) {
+                RoundStr(amount, 2);
+                point = amount.Find(u'.');
+            }
+            if (point >= 0) {
+                fraction = amount.Mid(point + 1);
+                fraction.TrimRight(u'0');
+                amount = amount.Left(point);
+            }
+        }
+
+        const bool negative = amount.GetAt(0) == u'-';
+        if (negative) {
+            amount.Delete(0, 1);
+            amount.TrimLeft(u'0');
+        }
+
+        if (amount.GetLength() > kMaxIntegerDigits) return 0;
+        if (amount.IsEmpty() && fraction.IsEmpty()) {
+            out = u"零元";
+            if (exact) out += u"整";
+            return 1;
+        }
+
+        if (!WriteInteger(out, amount)) return 0;
+        out += u"元";
+        bool endsInFen = false;
+        if (!WriteFraction(out, fraction, endsInFen)) return 0;
+        if (negative) out.Insert(0, u"负");
+        if (exact && !endsInFen) out += u"整";
         return 1;
-    }
-
-    if (!WriteInteger(out, amount)) return 0;
-    out += u"元";
-    bool endsInFen = false;
-    if (!WriteFraction(out, fraction, endsInFen)) return 0;
-    if (negative) out.Insert(0, u"负");
-    if (exact && !endsInFen) out += u"整";
-    return 1;
+    }, out);
 }
