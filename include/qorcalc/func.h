@@ -151,9 +151,12 @@ class QORCALC_API CFuncMnger {
 public:
     static constexpr int kHostIndexBase = 1000;
 
-    // A new manager, or null when allocation fails.
+    // A new manager, or null when memory for it or its catalogue fails.
     static CFuncMnger* NewFuncMnger();
 
+    // Builds the built-in catalogue on first use; without memory for it the
+    // failure (1305) is the last error and the manager finds no built-in
+    // until a later manager builds the catalogue.
     CFuncMnger();
     CFuncMnger(const CFuncMnger&) = delete;
     CFuncMnger& operator=(const CFuncMnger&) = delete;

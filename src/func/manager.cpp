@@ -44,12 +44,19 @@ CString NamedCategory(const CFuncItem& item) {
 }  // namespace
 
 CFuncMnger* CFuncMnger::NewFuncMnger() {
-    // The constructor may build the catalogue, which allocates.
-    return qorcalc::detail::Guarded(u"CFuncMnger::NewFuncMnger", static_cast<CFuncMnger*>(nullptr),
-                                    [] { return new CFuncMnger(); });
+    // The constructor may build the catalogue, which allocates; a manager
+    // without it is of no use to a calculator.
+    return qorcalc::detail::Guarded(u"CFuncMnger::NewFuncMnger", static_cast<CFuncMnger*>(nullptr), [] {
+        auto* manager = new CFuncMnger();
+        if (CatalogueBuildCount() > 0) return manager;
+        delete manager;  // its constructor recorded why the catalogue is missing
+        return static_cast<CFuncMnger*>(nullptr);
+    });
 }
 
-CFuncMnger::CFuncMnger() { EnsureCatalogue(); }
+CFuncMnger::CFuncMnger() {
+    qorcalc::detail::Guarded(u"CFuncMnger::CFuncMnger", 0, [] { return EnsureCatalogue(), 1; });
+}
 
 CFuncMnger::~CFuncMnger() {
     for (void* item : m_arrItems) delete static_cast<CFuncItem*>(item);
