@@ -116,11 +116,11 @@ public:
     Worker(const std::vector<std::string>& header, const std::vector<Column>& columns, Language language)
         : m_fieldCount(header.size()), m_records(header, columns, host::Options{language, 0, {}, nullptr}) {}
 
-    void Calculate(Batch& batch) {
+    void Evaluate(Batch& batch) {
         for (size_t r = 0; r < batch.count; ++r) {
             const std::vector<std::string>& record = batch.records[r];
             for (size_t i = 0; i < m_fieldCount; ++i) m_records.SetField(i, record[i]);
-            batch.results[r] = m_records.Calculate();
+            batch.results[r] = m_records.Evaluate();
         }
     }
 
@@ -303,7 +303,7 @@ public:
     }
     void Submit(Batch& batch) {
         if (m_threads.empty()) {
-            m_workers[0]->Calculate(batch);
+            m_workers[0]->Evaluate(batch);
             batch.done = true;
             return;
         }
@@ -328,7 +328,7 @@ private:
                 batch = m_queue.front();
                 m_queue.pop_front();
             }
-            worker.Calculate(*batch);
+            worker.Evaluate(*batch);
             {
                 std::lock_guard lock(m_mutex);
                 batch->done = true;

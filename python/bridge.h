@@ -45,7 +45,7 @@ public:
     const host::Formula& formula() const { return m_formula; }
 
     // The outcome for names from a mapping or a callable (None: no names).
-    host::Result Calculate(const py::object& names) const;
+    host::Result Outcome(const py::object& names) const;
     py::object Evaluate(const py::object& names) const { return ToPython(Value(names)); }
     std::string EvaluateText(const py::object& names) const { return Value(names).text; }
 

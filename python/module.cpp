@@ -149,7 +149,7 @@ PyFormula::PyFormula(const std::string& text, const py::object& functions, const
 // the table's source, for each name a calculation reaches, once; one it
 // does not know (KeyError) stays without a value, and any other
 // exception it raises comes out of the calculation as it is.
-host::Result PyFormula::Calculate(const py::object& names) const {
+host::Result PyFormula::Outcome(const py::object& names) const {
     host::Bindings bindings;
     if (PyCallable_Check(names.ptr())) {
         bindings.SetSource([&names](std::string_view name, host::Bindings& table, int slot) {
@@ -166,11 +166,11 @@ host::Result PyFormula::Calculate(const py::object& names) const {
         }
     }
     host::Calculator calculator(Options());
-    return calculator.Calculate(m_formula, bindings);
+    return calculator.Evaluate(m_formula, bindings);
 }
 
 host::Value PyFormula::Value(const py::object& names) const {
-    host::Result result = Calculate(names);
+    host::Result result = Outcome(names);
     if (!result.ok) Raise(result.error);
     return result.value;
 }

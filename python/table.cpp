@@ -322,7 +322,7 @@ private:
                 m_fields[i].FieldText(row, text);
                 records.SetField(i, text);
             }
-            for (const host::Result& result : records.Calculate()) chunk.results.AddResult(result);
+            for (const host::Result& result : records.Evaluate()) chunk.results.AddResult(result);
         }
         chunk.done.store(true, std::memory_order_release);
         return true;

@@ -87,7 +87,7 @@ bool Bind(sqlite3_context* context, host::Bindings& bindings, int argc, sqlite3_
 
 // The call's outcome; false when there is none to give (a NULL formula, or
 // a SQL error already set).
-bool Calculate(sqlite3_context* context, int argc, sqlite3_value** argv, host::Result& result) {
+bool Evaluate(sqlite3_context* context, int argc, sqlite3_value** argv, host::Result& result) {
     if (argc < 1 || sqlite3_value_type(argv[0]) == SQLITE_NULL) {
         sqlite3_result_null(context);
         return false;
@@ -99,7 +99,7 @@ bool Calculate(sqlite3_context* context, int argc, sqlite3_value** argv, host::R
         compiled = fresh.get();
     }
     if (!Bind(context, compiled->bindings, argc, argv)) return false;
-    result = ThreadCalculator().Calculate(compiled->formula, compiled->bindings);
+    result = ThreadCalculator().Evaluate(compiled->formula, compiled->bindings);
     // Kept for the statement's next row when the formula is one of its
     // constants; SQLite frees it at once otherwise.
     if (fresh) sqlite3_set_auxdata(context, 0, fresh.release(), [](void* data) { delete static_cast<Compiled*>(data); });
@@ -118,7 +118,7 @@ void ResultValue(sqlite3_context* context, const host::Value& value) {
 
 void QorcalcFunction(sqlite3_context* context, int argc, sqlite3_value** argv) {
     host::Result result;
-    if (!Calculate(context, argc, argv, result)) return;
+    if (!Evaluate(context, argc, argv, result)) return;
     if (result.ok) {
         ResultValue(context, result.value);
     } else {
@@ -129,7 +129,7 @@ void QorcalcFunction(sqlite3_context* context, int argc, sqlite3_value** argv) {
 
 void QorcalcErrorFunction(sqlite3_context* context, int argc, sqlite3_value** argv) {
     host::Result result;
-    if (!Calculate(context, argc, argv, result)) return;
+    if (!Evaluate(context, argc, argv, result)) return;
     if (result.ok) {
         sqlite3_result_null(context);
     } else {

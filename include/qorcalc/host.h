@@ -222,8 +222,8 @@ public:
 
     Formula Compile(std::string_view text);
     // Calculates a fresh clone of `formula`, answering names from `bindings`.
-    Result Calculate(const Formula& formula, Bindings& bindings);
-    // Compile and Calculate in one.
+    Result Evaluate(const Formula& formula, Bindings& bindings);
+    // Compile and Evaluate in one.
     Result Evaluate(std::string_view text, Bindings& bindings);
 
 private:
@@ -251,7 +251,7 @@ public:
     void SetField(size_t index, std::string_view text);
     // The columns' results for the record whose fields were set, in order;
     // valid until the next call.
-    const std::vector<Result>& Calculate();
+    const std::vector<Result>& Evaluate();
 
 private:
     const std::vector<ReportColumn>& m_columns;

@@ -305,7 +305,7 @@ Formula Calculator::Compile(std::string_view text) {
     return Formula(std::move(compiled));
 }
 
-Result Calculator::Calculate(const Formula& formula, Bindings& bindings) {
+Result Calculator::Evaluate(const Formula& formula, Bindings& bindings) {
     if (!formula.ok()) return Result::Failure(formula.error());
     Impl& impl = *m_impl;
     impl.Enter();
@@ -344,7 +344,7 @@ Result Calculator::Calculate(const Formula& formula, Bindings& bindings) {
     }
 }
 
-Result Calculator::Evaluate(std::string_view text, Bindings& bindings) { return Calculate(Compile(text), bindings); }
+Result Calculator::Evaluate(std::string_view text, Bindings& bindings) { return Evaluate(Compile(text), bindings); }
 
 std::vector<Category> FunctionCatalogue(Language language) {
     messages::SetThreadLanguage(language);

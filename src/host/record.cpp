@@ -13,11 +13,11 @@ RecordCalculator::RecordCalculator(const std::vector<std::string>& fields, const
 
 void RecordCalculator::SetField(size_t index, std::string_view text) { m_bindings.SetValue(m_fieldSlots.at(index), text); }
 
-const std::vector<Result>& RecordCalculator::Calculate() {
+const std::vector<Result>& RecordCalculator::Evaluate() {
     // A column computed for the last record is no value for this one.
     for (int slot : m_columnSlots) m_bindings.Unset(slot);
     for (size_t k = 0; k < m_columns.size(); ++k) {
-        m_results[k] = m_calculator.Calculate(m_columns[k].formula, m_bindings);
+        m_results[k] = m_calculator.Evaluate(m_columns[k].formula, m_bindings);
         m_bindings.SetResult(m_columnSlots[k], m_results[k]);
     }
     return m_results;

@@ -242,7 +242,7 @@ TEST(HostThreads, OneCompiledFormulaServesCalculatorsOnManyThreads) {
                 b.SetValue(qty, std::to_string(i));
                 b.SetValue(price, "0.333");
                 b.SetValue(name, i % 2 ? "ab" : "abc");
-                all += calc.Calculate(f, b).value.text + ",";
+                all += calc.Evaluate(f, b).value.text + ",";
             }
             results[static_cast<size_t>(t)] = all;
         });
