@@ -102,6 +102,14 @@ std::string Show(const First& first, const Rest&... rest) {
     return Show(first) + "|" + Show(rest...);
 }
 
+// The text a routine rewrites in place, after it ran armed on `start`.
+template <class Routine>
+std::string Rewritten(const char16_t* start, Routine routine) {
+    CString text(start);
+    Armed([&] { routine(text); });
+    return Show(text);
+}
+
 // A compiled formula whose nodes the node cases work on.
 std::unique_ptr<CCalcNode> Compiled(const char16_t* formula) {
     std::unique_ptr<ICalc> calc(NewCalc(nullptr, nullptr));
@@ -139,14 +147,10 @@ const std::vector<Case>& Cases() {
              return Show(Armed([&] { return a + b; }));
          }, ""},
         {"CString::operator+=", [] {
-             CString a(u"left");
-             Armed([&] { a += u" and a long right hand side"; });
-             return Show(a);
+             return Rewritten(u"left", [](CString& a) { a += u" and a long right hand side"; });
          }, ""},
         {"CString::Format", [] {
-             CString s(u"old");
-             Armed([&] { s.Format(u"%s has %d items at %.2f", u"a long enough list name", 12, 3.5); });
-             return Show(s);
+             return Rewritten(u"old", [](CString& s) { s.Format(u"%s has %d items at %.2f", u"a long enough list name", 12, 3.5); });
          }, ""},
         {"CString::FromUtf8", [] { return Show(Armed([] { return CString::FromUtf8("some utf-8 text \xE4\xB8\xAD"); })); }, ""},
         {"CVek::Array2CString", [] {
@@ -178,11 +182,7 @@ const std::vector<Case>& Cases() {
              const CString text(u"Where Is The Needle In This Text");
              return Show(Armed([&] { return CVek::FindNoCase(text, u"needle"); }));
          }, "-1"},
-        {"CVek::Pad", [] {
-             CString s(u"7");
-             Armed([&] { CVek::Pad(s, 40, u'0'); });
-             return Show(s);
-         }, ""},
+        {"CVek::Pad", [] { return Rewritten(u"7", [](CString& s) { CVek::Pad(s, 40, u'0'); }); }, ""},
         {"CVek::ParseDate", [] {
              const CString text(u"2024-05-06 07:08:09");
              CUIntArray parts;
@@ -195,15 +195,11 @@ const std::vector<Case>& Cases() {
              return Show(out);
          }, ""},
         {"CUtilityCalc::RoundStr", [] {
-             CString s(u"123456789012.891234567");
-             Armed([&] { CUtilityCalc::RoundStr(s, 3); });
-             return Show(s);
+             return Rewritten(u"123456789012.891234567", [](CString& s) { CUtilityCalc::RoundStr(s, 3); });
          }, ""},
         {"CUtilityCalc::Double2Int64", [] { return Show(static_cast<int>(Armed([] { return CUtilityCalc::Double2Int64(2.5e9 / 3); }))); }, "0"},
         {"CUtilityCalc::ConvertToDispFormat", [] {
-             CString s(u"1234567.891");
-             Armed([&] { CUtilityCalc::ConvertToDispFormat(s, 0x80 | 0x40 | 2, 1, 0); });
-             return Show(s);
+             return Rewritten(u"1234567.891", [](CString& s) { CUtilityCalc::ConvertToDispFormat(s, 0x80 | 0x40 | 2, 1, 0); });
          }, ""},
         {"CUtilityCalc::FormatNum", [] {
              const CString pattern(u"#,##0.00 units");
@@ -228,9 +224,7 @@ const std::vector<Case>& Cases() {
              return Show(out);
          }, ""},
         {"CUtilityCalc::Attach_Quotes", [] {
-             CString s(u"a text that needs its quotes");
-             Armed([&] { CUtilityCalc::Attach_Quotes(s); });
-             return Show(s);
+             return Rewritten(u"a text that needs its quotes", [](CString& s) { CUtilityCalc::Attach_Quotes(s); });
          }, ""},
         {"CUtilityCalc::GetLeftPara", [] {
              CString line, text(u"the first line of text\r\nthe second line of text");
@@ -256,14 +250,10 @@ const std::vector<Case>& Cases() {
              return Show(n, s);
          }, "0|"},
         {"CUtilityCalc::EncodeURI_Chinese", [] {
-             CString s(u"abc\u4e2d\u6587def");
-             Armed([&] { CUtilityCalc::EncodeURI_Chinese(s); });
-             return Show(s);
+             return Rewritten(u"abc\u4e2d\u6587def", [](CString& s) { CUtilityCalc::EncodeURI_Chinese(s); });
          }, ""},
         {"CUtilityCalc::DecodeURI", [] {
-             CString s(u"a%20text%20with%20escapes%E4%B8%AD");
-             Armed([&] { CUtilityCalc::DecodeURI(s); });
-             return Show(s);
+             return Rewritten(u"a%20text%20with%20escapes%E4%B8%AD", [](CString& s) { CUtilityCalc::DecodeURI(s); });
          }, ""},
         {"CUtilityCalc::ParseURL", [] {
              CString base;

@@ -7,12 +7,12 @@
 #include <qorcalc/utility.h>
 #include <qorcalc/vek.h>
 
-#include <algorithm>
 #include <memory>
 
 #include "calc/converter.h"
 #include "expr/evaluate.h"
 #include "expr/tree.h"
+#include "support/thread_spare.h"
 
 ICalc::~ICalc() = default;
 
@@ -22,8 +22,6 @@ namespace {
 
 constexpr int kGoOn = -2;
 constexpr int kWriteCapacity = 512;
-// Characters of a text the spare call record keeps between calls.
-constexpr size_t kMaxKeptText = 64;
 
 // A builder that stops at a limit: a tree written back is a text like any
 // other, and one written back for re-conversion is a formula as well.
@@ -268,9 +266,9 @@ CCalc::CParaLease::CParaLease(CCalc& calc) : m_calc(calc), m_pPara(std::move(cal
 // A text too long to keep is let go of rather than kept with the record.
 CCalc::CParaLease::~CParaLease() {
     if (m_calc.m_pSparePara) return;
-    auto tooLong = [](const CString& text) { return text.Str().capacity() > kMaxKeptText; };
-    if (tooLong(m_pPara->m_strResult) || tooLong(m_pPara->m_strFuncName) ||
-        std::any_of(m_pPara->m_arrParas.begin(), m_pPara->m_arrParas.end(), tooLong))
+    const CFuncPara& para = *m_pPara;
+    if (!support::IsShortText(para.m_strResult) || !support::IsShortText(para.m_strFuncName) ||
+        !support::CShortTexts()(para.m_arrParas))
         return;
     m_calc.m_pSparePara = std::move(m_pPara);
 }

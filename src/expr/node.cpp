@@ -101,7 +101,7 @@ void CCalcNode::Free(CCalcNode* node, qorcalc::expr::CThreadSpares* spares) {
     }
     node->m_pTree = nullptr;
     node->m_pParent = nullptr;
-    if (node->m_text.Str().capacity() > kMaxKeptText) node->m_text = CString();
+    if (!qorcalc::support::IsShortText(node->m_text)) node->m_text = CString();
     node->m_text.Empty();
     if (node->m_children.capacity() > kMaxKeptChildren) std::vector<CCalcNode*>().swap(node->m_children);
     spares->nodes.push_back(node);

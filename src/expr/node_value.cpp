@@ -5,6 +5,8 @@
 
 #include <qorcalc/utility.h>
 
+#include "support/thread_spare.h"
+
 using qorcalc::detail::Shielded;
 using qorcalc::detail::ShieldedInto;
 
@@ -12,8 +14,7 @@ namespace {
 
 constexpr char16_t kApostrophe = u'\'';
 constexpr char16_t kDoubleQuote = u'"';
-// Characters beyond which TakeText moves a text rather than copying it.
-constexpr int kLongText = 64;
+
 
 }  // namespace
 
@@ -90,7 +91,7 @@ void CCalcNode::AssignText(const CString& text) {
 void CCalcNode::TakeText(CString& text) {
     // A short text is copied, so that both keep the storage they have for
     // the next value; a long one changes hands instead of being copied.
-    if (text.GetLength() > kLongText) {
+    if (static_cast<size_t>(text.GetLength()) > qorcalc::support::kMaxSpareText) {
         m_text.Str().swap(text.Str());
     } else {
         m_text.Str().assign(text.Str());

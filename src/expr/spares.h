@@ -24,10 +24,9 @@ class CCalcTree;
 
 namespace qorcalc::expr {
 
-// Storage bigger than this is freed rather than kept with a node: its
-// children array, its text (in characters).
+// Children storage bigger than this is freed rather than kept with a node
+// (its text is kept while support::IsShortText says so).
 inline constexpr size_t kMaxKeptChildren = 64;
-inline constexpr size_t kMaxKeptText = 64;
 
 struct CThreadSpares {
     CThreadSpares();

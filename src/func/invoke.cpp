@@ -6,8 +6,6 @@
 #include <qorcalc/utility.h>
 #include <qorcalc/vek.h>
 
-#include <algorithm>
-
 #include "support/thread_spare.h"
 
 namespace qorcalc::func {
@@ -21,11 +19,6 @@ CString CallText(const CString& name, const CStringArray& args) {
 }
 
 namespace {
-
-// What the spare copy of a call's arguments keeps: texts of up to 64
-// characters, of up to 64 arguments.
-constexpr size_t kMaxKeptText = 64;
-constexpr int kMaxKeptArguments = 64;
 
 // Return kinds whose results are always text: text, date and time, date.
 bool IsQuotedKind(uint8_t kind) { return kind == 1 || kind == 3 || kind == 4; }
@@ -43,22 +36,12 @@ void ReportFailure(CFuncPara& para, int status, const CStringArray& args) {
 
 }  // namespace
 
-namespace {
-// The copy of the arguments is kept between calls with the texts as they
-// are: assigning the next call's arguments then reuses their storage.
-struct CShortTexts {
-    bool operator()(const CStringArray& texts) const {
-        return texts.GetSize() <= kMaxKeptArguments &&
-               std::all_of(texts.begin(), texts.end(), [](const CString& t) { return t.Str().capacity() <= kMaxKeptText; });
-    }
-};
-}  // namespace
-
 int Invoke(CFuncPara& para, PFN_CALCFUNC fn, uint8_t kind) {
     for (CString& arg : para.m_arrParas) CUtilityCalc::Dettach_Quotes(arg, nullptr);
     // Functions may rewrite or remove their arguments; a failure is reported
-    // with the arguments as they were handed over.
-    support::CThreadSpare<CStringArray, CShortTexts> handedOver;
+    // with the arguments as they were handed over; the copy is kept between
+    // calls, so the next arguments reuse its storage.
+    support::CThreadSpare<CStringArray, support::CShortTexts> handedOver;
     handedOver->Copy(para.m_arrParas);
     const CStringArray& args = *handedOver;
     int status = fn(&para, args.GetSize());

@@ -16,6 +16,27 @@ namespace qorcalc::support {
 
 // Elements of a spare vector that are worth keeping: about a page.
 inline constexpr size_t kMaxSpareElements = 4096;
+// Characters of a text kept with a spare, and texts of an array: a short
+// value's storage serves the next value; a long one is let go of.
+inline constexpr size_t kMaxSpareText = 64;
+inline constexpr int kMaxSpareTexts = 64;
+
+template <class Text>
+bool IsShortText(const Text& text) {
+    return text.Str().capacity() <= kMaxSpareText;
+}
+
+// The tidying of a spare array of texts: kept as they are (assigning the
+// next texts reuses their storage) while they are few and short.
+struct CShortTexts {
+    template <class Texts>
+    bool operator()(const Texts& texts) const {
+        if (texts.GetSize() > kMaxSpareTexts) return false;
+        for (const auto& text : texts)
+            if (!IsShortText(text)) return false;
+        return true;
+    }
+};
 
 // The default tidying: a container left empty, its storage kept up to
 // kMaxSpareElements elements.
