@@ -160,6 +160,10 @@ TARGETS = {
 
 
 def main():
+    # One argument, the output folder; an option (--help) is never taken for one.
+    if len(sys.argv) != 2 or sys.argv[1].startswith('-'):
+        print(__doc__.strip())
+        sys.exit(0 if sys.argv[1:] in (['-h'], ['--help']) else 2)
     out = pathlib.Path(sys.argv[1])
     for target, make in TARGETS.items():
         folder = out / target
