@@ -48,21 +48,7 @@ CThreadSpares::~CThreadSpares() {
     for (CCalcTree* tree : trees) delete tree;
 }
 
-namespace {
-// Trivially destructible, so it can still be read while the thread ends.
-thread_local bool t_sparesGone = false;
-
-struct CSparesOwner {
-    CThreadSpares spares;
-    ~CSparesOwner() { t_sparesGone = true; }
-};
-}  // namespace
-
-CThreadSpares* ThreadSpares() {
-    if (t_sparesGone) return nullptr;
-    thread_local CSparesOwner owner;
-    return &owner.spares;
-}
+CThreadSpares* ThreadSpares() { return support::ThreadOwned<CThreadSpares>(); }
 
 }  // namespace qorcalc::expr
 

@@ -48,6 +48,23 @@ struct CEmptied {
     }
 };
 
+// This thread's one T, made on first use; null once the thread has begun
+// to end and its T is gone (objects in thread-local storage of their own
+// may still be torn down after it).
+template <class T>
+T* ThreadOwned() {
+    // Trivially destructible, so it can still be read while the thread ends.
+    thread_local bool gone = false;
+    struct Owner {
+        T value;
+        bool* gone;
+        ~Owner() { *gone = true; }
+    };
+    if (gone) return nullptr;
+    thread_local Owner owner{{}, &gone};
+    return &owner.value;
+}
+
 template <class T, class Tidy = CEmptied>
 class CThreadSpare {
 public:
@@ -73,20 +90,7 @@ private:
         T value;
         bool lent = false;
     };
-    struct Owner {
-        Slot slot;
-        ~Owner() { Gone() = true; }
-    };
-    // Trivially destructible, so it can still be read while the thread ends.
-    static bool& Gone() {
-        thread_local bool gone = false;
-        return gone;
-    }
-    static Slot* TheSlot() {
-        if (Gone()) return nullptr;
-        thread_local Owner owner;
-        return &owner.slot;
-    }
+    static Slot* TheSlot() { return ThreadOwned<Slot>(); }
 
     Slot* m_pSlot = nullptr;
     T m_own;
