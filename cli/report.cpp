@@ -285,7 +285,7 @@ private:
     std::chrono::steady_clock::time_point m_last{};
 };
 
-// Calculates batches on worker threads; the caller gets them back in order.
+// Evaluates batches on worker threads; the caller gets them back in order.
 class Pool {
 public:
     Pool(int jobs, const std::vector<std::string>& header, const std::vector<Column>& columns, Language language) {

@@ -239,7 +239,7 @@ public:
         m_threads = std::min<size_t>(static_cast<size_t>(jobs), std::max<size_t>(m_chunks.size(), 1));
     }
 
-    // Calculates every row, calling `use(row, column, value)` with the GIL
+    // Evaluates every row, calling `use(row, column, value)` with the GIL
     // for every computed cell, the cells of a row in column order.
     template <typename Use>
     void Run(Use&& use) {
@@ -309,7 +309,7 @@ private:
         }
     }
 
-    // Calculates the next chunk nobody has taken; false when none is left.
+    // Evaluates the next chunk nobody has taken; false when none is left.
     bool TakeChunk(host::RecordCalculator& records) {
         const size_t index = m_next.fetch_add(1);
         if (index >= m_chunks.size() || m_stopped.load()) return false;
