@@ -78,10 +78,18 @@ public:
     double GetNumber() override { return 7; }
 };
 
-std::string Result(ICalc& calc, CCalcNode* root) {
+// Calculates `root`, answering every name with its own length as a number
+// (or with a text for a name beginning with "t").
+std::string Answered(ICalc& calc, CCalcNode* root) {
     CString out;
     CCalcNode* pending = nullptr;
-    if (calc.Calculate(root, out, pending, 0, 0) != CALC_DONE) return "failed: " + CString(GetLastErrorText()).ToUtf8();
+    int code;
+    while ((code = calc.Calculate(root, out, pending, 0, 0)) == CALC_NEED_NAME) {
+        const std::string name = out.ToUtf8();
+        const std::string answer = name[0] == 't' ? "'" + name + "'" : std::to_string(name.size());
+        if (!calc.SetTermValue(root, pending, CString::FromUtf8(answer))) return "refused";
+    }
+    if (code != CALC_DONE) return "failed: " + CString(GetLastErrorText()).ToUtf8();
     root->GetText(out, 0);
     return out.ToUtf8();
 }
@@ -101,13 +109,62 @@ TEST(CalcReuse, AHostsOwnNodesAreDeletedNotReused) {
         auto* own = new SevenNode(root.get(), NodeNumber);
         own->SetNumber(2, 0);
         root->Add(own);
-        EXPECT_EQ(Result(*calc, root.get()), "8");
+        EXPECT_EQ(Answered(*calc, root.get()), "8");
         root.reset();
         EXPECT_EQ(g_ownNodesDeleted, round + 1);
         // Nodes made after it are plain ones.
         root.reset(calc->Compile(u"abs(1)+2", &pos));
-        EXPECT_EQ(Result(*calc, root.get()), "3");
+        EXPECT_EQ(Answered(*calc, root.get()), "3");
     }
+}
+
+// A clone given back with Release leaves its nodes to the clones after it:
+// they calculate as the first one did, whatever state it was given back in.
+TEST(CalcReuse, ReleasedClonesCalculateAsTheFirst) {
+    TestProvider provider;
+    std::unique_ptr<ICalc> calc(NewCalc(nullptr, nullptr));
+    const struct {
+        const char16_t* formula;
+        const char* want;
+    } cases[] = {
+        {u"1+2*3", "7"},
+        {u"abc * 2 + round(xy / 3, 2)", "6.67"},
+        {u"if(abc > 2 && x < 2, left(tname, 3), 'no')", "tna"},
+        {u"len(tlong) + max(a, bb, ccc) - (((d)))", "7"},
+        {u"englishNum(abcd)", "four"},
+        {u"formatNum(abcdef * 1000, '#,##0.00')", "6,000.00"},
+    };
+    for (const auto& c : cases) {
+        int pos = -1;
+        const std::unique_ptr<CCalcNode> compiled(calc->Compile(c.formula, &pos));
+        ASSERT_TRUE(compiled) << CString(c.formula).ToUtf8();
+        for (int round = 0; round < 3; ++round) {
+            // Given back done, given back half-calculated, given back unused.
+            CCalcNode* done = compiled->Clone();
+            EXPECT_EQ(Answered(*calc, done), c.want) << CString(c.formula).ToUtf8() << " round " << round;
+            CCalcNode::Release(done);
+            CCalcNode* half = compiled->Clone();
+            CString out;
+            CCalcNode* pending = nullptr;
+            calc->Calculate(half, out, pending, 0, 0);
+            CCalcNode::Release(half);
+            CCalcNode::Release(compiled->Clone());
+        }
+        // Deleted as before, a clone calculates the same.
+        const std::unique_ptr<CCalcNode> deleted(compiled->Clone());
+        EXPECT_EQ(Answered(*calc, deleted.get()), c.want);
+    }
+}
+
+// Release deletes what the engine does not keep: a host's own node class
+// (its destructor runs) and nothing at all for null.
+TEST(CalcReuse, ReleaseDeletesAHostsOwnNode) {
+    g_ownNodesDeleted = 0;
+    CCalcNode::Release(nullptr);
+    auto* own = new SevenNode(nullptr, NodeGroup);
+    own->Add(new SevenNode(own, NodeNumber));
+    CCalcNode::Release(own);
+    EXPECT_EQ(g_ownNodesDeleted, 2);
 }
 
 // Calculates `n0 + len('x...x')` with a text of `textLength` characters,
@@ -153,13 +210,13 @@ TEST(CalcReuse, TreesDeletedWhileTheirThreadEndsAreFreed) {
         std::unique_ptr<ICalc> calc(NewCalc(nullptr, nullptr));
         int pos = -1;
         t_before.reset(calc->Compile(u"1+2*3", &pos));
-        results += Result(*calc, t_before.get());
+        results += Answered(*calc, t_before.get());
         for (int i = 0; i < 3; ++i) {
             std::unique_ptr<CCalcNode> root(calc->Compile(u"max(1, 2) + (3)", &pos));
-            results += " " + Result(*calc, root.get());
+            results += " " + Answered(*calc, root.get());
         }
         t_after.reset(calc->Compile(u"if(1 > 0 && 2 > 1, 4, 5)", &pos));
-        results += " " + Result(*calc, t_after.get());
+        results += " " + Answered(*calc, t_after.get());
     });
     worker.join();
     EXPECT_EQ(results, "7 5 5 5 4");

@@ -205,6 +205,9 @@ public:
     // AssignText that may take the text's storage (`text` is then left with
     // the node's old one); the caller no longer needs `text`.
     QORCALC_LOCAL void TakeText(CString& text);
+    // SetLiteral of a text that carries no quotes to remove, which may take
+    // the text's storage as TakeText does.
+    QORCALC_LOCAL void TakeLiteral(CString& text);
 
     // The children array, for the evaluator's in-place list rewriting.
     // Whoever edits it keeps the ownership invariant, and lets go of a node
@@ -214,6 +217,11 @@ public:
     // Lets go of a node no parent holds any more, with its subtree: a node
     // of a compiled tree is kept dead by its tree, any other one is deleted.
     static void Discard(CCalcNode* node);
+    // Deletes a node the caller owns (a root, or a node of no tree), with
+    // its subtree, as `delete` does, except that the engine keeps its plain
+    // nodes for the next trees this thread makes: a host that clones a
+    // compiled formula for every calculation gives its clones back here.
+    static void Release(CCalcNode* node);
     // The argument texts of a call as its function receives them: unquoted.
     enum ENUM_ARGUMENTS { ArgumentsQuoted, ArgumentsRaw, ArgumentsUnquoted };
     QORCALC_LOCAL void WriteArguments(CStringArray& args, int form);
@@ -237,7 +245,10 @@ private:
     QORCALC_LOCAL void TextInto(CString& out, int quote);
     QORCALC_LOCAL int ClassifyInto(const CString& text);
     QORCALC_LOCAL const CString& CurrentNumberText();
+    QORCALC_LOCAL void ReadLiteral();
     QORCALC_LOCAL static void DeleteChildren(std::vector<CCalcNode*>& children);
+    // Lets go of the children, and of the tree when this is its root.
+    QORCALC_LOCAL void LetGoOfSubtree();
     // Frees a childless node no parent holds, or keeps it with the thread's
     // spares (null: none) for Make.
     QORCALC_LOCAL static void Free(CCalcNode* node, qorcalc::expr::CThreadSpares* spares);

@@ -87,6 +87,9 @@ struct EngineFailure {
 };
 
 thread_local EngineFailure t_engineFailure;
+// Whether t_engineFailure holds one: a plain flag, read without the
+// initialisation check every access to the record itself goes through.
+thread_local bool t_engineFailed = false;
 thread_local int t_guardDepth = 0;
 
 CString Quoted(const CString& text) {
@@ -110,7 +113,10 @@ CString FormatMessage(uint32_t id, const CString& argument) {
 CString ReportMessage(uint32_t id, const CString& argument) {
     CString text = FormatMessage(id, argument);
     CVek::Error(text);
-    if (IsEngineFailure(id)) t_engineFailure = {id, text};
+    if (IsEngineFailure(id)) {
+        t_engineFailure = {id, text};
+        t_engineFailed = true;
+    }
     return text;
 }
 
@@ -150,6 +156,7 @@ void ReportEngineFailure(uint32_t id, const CString& argument) noexcept {
     } catch (...) {
     }
     t_engineFailure.id = id;
+    t_engineFailed = true;
     try {
         CString text;
         text.Format(u"error %u", id);
@@ -162,13 +169,14 @@ void ReportEngineFailure(uint32_t id, const CString& argument) noexcept {
 uint32_t TakeEngineFailure(CString& text) {
     // Every engine call takes twice and almost always finds nothing: no copy,
     // no fresh record, no thread-local string churn on that path.
-    if (t_engineFailure.id == 0 && t_engineFailure.text.IsEmpty()) {
+    if (!t_engineFailed) {
         text.Empty();
         return 0;
     }
     const uint32_t id = t_engineFailure.id;
     text = t_engineFailure.text;
     t_engineFailure = EngineFailure();
+    t_engineFailed = false;
     return id;
 }
 

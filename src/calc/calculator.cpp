@@ -194,7 +194,7 @@ int CCalc::AnswerTerm(CCalcNode* root, CCalcNode* term, CString& value) {
         term->TakeText(value);
         term->SetKind(NodeString);
     } else if (CUtilityCalc::IsPureNumber(value, 1)) {
-        term->SetLiteral(value);
+        term->TakeLiteral(value);  // no quotes: unquoting just found none
     } else {
         // Anything else is a formula of the host's own, converted in place.
         term->TakeText(value);

@@ -23,11 +23,26 @@ CCalcNode::CCalcNode(CCalcNode* parent, uint8_t kind)
     if (m_pTree) m_pTree->CountNode();
 }
 
-CCalcNode::~CCalcNode() {
+CCalcNode::~CCalcNode() { LetGoOfSubtree(); }
+
+void CCalcNode::LetGoOfSubtree() {
     CCalcTree* owned = m_pTree && m_pTree->Root() == this ? m_pTree : nullptr;
     if (owned) owned->Close();
     DeleteChildren(m_children);
     CCalcTree::Free(owned);
+}
+
+void CCalcNode::Release(CCalcNode* node) {
+    if (!node) return;
+    // A node inside a compiled tree is let go of as delete would, through
+    // its tree; a host's own node class keeps its own destructor.
+    if ((node->m_pTree && node->m_pTree->Root() != node) || typeid(*node) != typeid(CCalcNode)) {
+        delete node;
+        return;
+    }
+    node->LetGoOfSubtree();
+    node->m_pTree = nullptr;  // gone with the subtree
+    Free(node, qorcalc::expr::ThreadSpares());
 }
 
 namespace qorcalc::expr {
@@ -126,6 +141,7 @@ void CCalcNode::LetGo(CCalcNode* node, qorcalc::expr::CThreadSpares* spares) {
 
 // The array ends empty with its storage kept.
 void CCalcNode::DeleteChildren(std::vector<CCalcNode*>& children) {
+    if (children.empty()) return;
     for (CCalcNode* child : children) Discard(child);
     children.clear();
 }
@@ -150,6 +166,10 @@ CCalcNode* CCalcNode::Clone() {
         qorcalc::expr::CThreadSpares* const spares = qorcalc::expr::ThreadSpares();
         std::unique_ptr<CCalcNode> copy(Make(spares, nullptr, NodeEmpty));
         copy->CopyFrom(*this);
+        // The copy of a compiled root is given its tree now, so that its
+        // nodes join the tree as they are made rather than in a walk of
+        // their own when it is first calculated.
+        if (m_pTree && m_pTree->Root() == this) CCalcTree::Of(copy.get());
         // Pairs of (original, copy) whose children are still to be copied.
         qorcalc::support::CThreadSpare<std::vector<std::pair<const CCalcNode*, CCalcNode*>>> pending;
         pending->emplace_back(this, copy.get());

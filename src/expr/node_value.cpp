@@ -132,11 +132,23 @@ int CCalcNode::SetLiteral(const CString& text) {
     return Shielded(u"CCalcNode::SetLiteral", 0, [&] {
         const int unquoted = SetText(text);
         m_kind = NodeString;
-        if (!unquoted && !m_text.IsEmpty() && CUtilityCalc::IsPureNumber(m_text, 0)) {
-            if (CUtilityCalc::ResetDoubleString(m_text) > 0) m_kind = NodeNumber;
-        }
+        if (!unquoted) ReadLiteral();
         return unquoted;
     });
+}
+
+void CCalcNode::TakeLiteral(CString& text) {
+    TakeText(text);
+    m_kind = NodeString;
+    ReadLiteral();
+}
+
+// An unquoted literal is a number when it reads as one within the integer
+// digits a number keeps; its text is put in number form either way.
+void CCalcNode::ReadLiteral() {
+    if (!m_text.IsEmpty() && CUtilityCalc::IsPureNumber(m_text, 0)) {
+        if (CUtilityCalc::ResetDoubleString(m_text) > 0) m_kind = NodeNumber;
+    }
 }
 
 int CCalcNode::ClassifyToken(const CString& text) {

@@ -118,6 +118,27 @@ size_t CharUnits(const std::u16string& s, size_t i) {
     return IsHighSurrogate(s[i]) && i + 1 < s.size() && IsLowSurrogate(s[i + 1]) ? 2 : 1;
 }
 
+// The count of decimal digits of a whole number ("0" has one).
+int DecimalDigits(uint64_t value) {
+    int digits = 1;
+    for (; value >= 10; value /= 10) ++digits;
+    return digits;
+}
+
+// Digits with an optional minus and a fraction that does not end in "0":
+// what resetting leaves as it is ("-0" aside).
+bool IsInResetForm(const std::u16string& s) {
+    size_t i = !s.empty() && s[0] == u'-' ? 1 : 0;
+    const size_t digits = i;
+    while (i < s.size() && IsAsciiDigit(s[i])) ++i;
+    if (i == digits) return false;
+    if (i == s.size()) return true;
+    if (s[i] != u'.' || s.back() == u'0' || i + 1 == s.size()) return false;
+    for (++i; i < s.size(); ++i)
+        if (!IsAsciiDigit(s[i])) return false;
+    return true;
+}
+
 }  // namespace
 
 double CUtilityCalc::Str2Double(const char16_t* text) {
@@ -210,15 +231,15 @@ void CUtilityCalc::Double2Str(CString& out, double value, int decimals) {
             if (value < 0) out.Insert(0, u'-');
             return;
         }
-        const auto whole = std::to_chars(buf, buf + sizeof buf, std::trunc(a), std::chars_format::fixed, 0);
-        const int integerDigits = static_cast<int>(whole.ptr - buf);
         if (a >= kWholeOnly) {
+            const auto whole = std::to_chars(buf, buf + sizeof buf, std::trunc(a), std::chars_format::fixed, 0);
             AssignWidened(out, buf, whole.ptr);
             if (n > 0) {
                 out += u'.';
                 out += CString(u'0', n);
             }
         } else {
+            const int integerDigits = DecimalDigits(static_cast<uint64_t>(a));
             const int precision = std::clamp(kSignificantDigits - integerDigits, 0, kMaxWrittenDecimals);
             const auto res = std::to_chars(buf, buf + sizeof buf, a, std::chars_format::fixed, precision);
             AssignWidened(out, buf, res.ptr);
@@ -296,6 +317,10 @@ void CUtilityCalc::RoundStr(CString& number, int decimals) {
 }
 
 int CUtilityCalc::ResetDoubleString(CString& number) {
+    if (IsInResetForm(number.Str()) && number != u"-0") {
+        const int point = number.Find(u'.');
+        return (point < 0 ? number.GetLength() : point) <= kMaxIntegerChars;
+    }
     number.Trim();
     number.TrimRight(u'.');
     DropFractionZeros(number.Str());
