@@ -22,8 +22,13 @@ int Bindings::Impl::FindFolded(const std::u16string& folded) const {
 }
 
 int Bindings::Impl::FindWide(std::u16string_view name) {
+    const size_t hash = name.empty() ? 0 : name.size() * 31 + name.front() * 7 + name.back() + name[name.size() / 2];
+    RecentName& seen = recent[hash % recent.size()];
+    if (seen.slot >= 0 && seen.name == name) return seen.slot;
     detail::FoldName(name, scratch);
-    return FindFolded(scratch);
+    const int found = FindFolded(scratch);
+    if (found >= 0) seen = {std::u16string(name), found};
+    return found;
 }
 
 int Bindings::Impl::Lookup(std::u16string_view name, Bindings& owner) {

@@ -8,6 +8,7 @@
 
 #include "host/internal.h"
 
+#include <array>
 #include <unordered_map>
 
 namespace qorcalc::host {
@@ -22,11 +23,21 @@ struct Slot {
     std::vector<std::u16string> names;
 };
 
+// A name as the engine wrote it, with its slot.
+struct RecentName {
+    std::u16string name;
+    int slot = -1;
+};
+
 struct Bindings::Impl {
     std::vector<Slot> slots;
     std::unordered_map<std::u16string, int> index;
     std::u16string scratch;
     NameSource source;
+    // Names found lately, spelt as asked, by a hash of their spelling: a
+    // table of records asks for the same few names record after record.
+    // Slots are never removed, so an entry stays true once made.
+    std::array<RecentName, 32> recent;
 
     int FindFolded(const std::u16string& folded) const;
     // The slot of a name as the engine wrote it, or -1.

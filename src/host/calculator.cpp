@@ -87,6 +87,11 @@ int CharacterPosition(const std::u16string& text, int position) {
     return position - pairs;
 }
 
+// A clone goes back to the engine, which keeps its nodes for the next one.
+struct ReleaseNode {
+    void operator()(CCalcNode* node) const { CCalcNode::Release(node); }
+};
+
 bool BoundedByOneQuote(const std::u16string& text) {
     return text.size() >= 2 && text.front() == text.back() && (text.front() == u'\'' || text.front() == u'"');
 }
@@ -312,7 +317,7 @@ Result Calculator::Evaluate(const Formula& formula, Bindings& bindings) {
     impl.scripts.Forget();
     // The compiled root is shared and never touched: every calculation
     // rewrites a clone of its own.
-    std::unique_ptr<CCalcNode> root(formula.m_compiled->root->Clone());
+    const std::unique_ptr<CCalcNode, ReleaseNode> root(formula.m_compiled->root->Clone());
     for (;;) {
         CCalcNode* pending = nullptr;
         const int code = impl.calc->Calculate(root.get(), impl.out, pending, 0, impl.options.format);

@@ -1,6 +1,8 @@
 // UTF-8 validation and conversion, name folding.
 #include "host/internal.h"
 
+#include <algorithm>
+
 namespace qorcalc::host {
 
 bool IsValidUtf8(std::string_view text) {
@@ -56,6 +58,13 @@ void Utf8ToUtf16(std::string_view utf8, std::u16string& out) {
 }
 
 void Utf16ToUtf8(std::u16string_view text, std::string& out) {
+    // ASCII, the common case, is copied at its own size: a short result
+    // then fits in the string itself and needs no heap block.
+    if (std::all_of(text.begin(), text.end(), [](char16_t c) { return c < 0x80; })) {
+        out.resize(text.size());
+        std::copy(text.begin(), text.end(), out.begin());
+        return;
+    }
     out.resize(text.size() * 3);
     char* o = out.data();
     for (size_t i = 0; i < text.size(); ++i) {
