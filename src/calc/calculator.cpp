@@ -170,8 +170,8 @@ void CCalc::RepeatFailure(const CCalcTree& tree) {
 }
 
 int CCalc::SetTermValue(CCalcNode* root, CCalcNode* term, const CString& valueText) {
-    CString value = valueText;
-    return AnswerTerm(root, term, value);
+    m_strAnswer.Str().assign(valueText.Str());
+    return AnswerTerm(root, term, m_strAnswer);
 }
 
 int CCalc::AnswerTerm(CCalcNode* root, CCalcNode* term, CString& value) {

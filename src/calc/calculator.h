@@ -75,6 +75,9 @@ private:
     int m_bOwnsMnger = 0;
     CFuncMnger* m_pFuncMnger;
     std::unique_ptr<CFuncPara> m_pSparePara;
+    // The copy of a host's answer that AnswerTerm takes apart, kept so that
+    // its storage serves the next answer.
+    CString m_strAnswer;
 };
 
 }  // namespace qorcalc::calc

@@ -170,7 +170,8 @@ CCalcNode* CCalcNode::Clone() {
         // nodes join the tree as they are made rather than in a walk of
         // their own when it is first calculated.
         if (m_pTree && m_pTree->Root() == this) CCalcTree::Of(copy.get());
-        // Pairs of (original, copy) whose children are still to be copied.
+        // Pairs of (original, copy) whose children are still to be copied
+        // (leaves have none, and are not pushed).
         qorcalc::support::CThreadSpare<std::vector<std::pair<const CCalcNode*, CCalcNode*>>> pending;
         pending->emplace_back(this, copy.get());
         while (!pending->empty()) {
@@ -181,7 +182,7 @@ CCalcNode* CCalcNode::Clone() {
                 CCalcNode* childCopy = Make(spares, to, NodeEmpty);
                 to->m_children.push_back(childCopy);  // reserved: cannot fail
                 childCopy->CopyFrom(*child);
-                pending->emplace_back(child, childCopy);
+                if (!child->m_children.empty()) pending->emplace_back(child, childCopy);
             }
         }
         return copy.release();

@@ -270,10 +270,9 @@ std::optional<Result> Calculator::Impl::AnswerFunction(CCalcNode* root, CCalcNod
 }
 
 Result Calculator::Impl::Done(CCalcNode& root) {
-    CString text;
-    if (options.format) root.GetDisplayText(text, 0, options.format);
-    else root.GetText(text, 0);
-    return Result::Success({root.GetKind() == NodeNumber ? Kind::Number : Kind::Text, ToUtf8(text.Str())});
+    if (options.format) root.GetDisplayText(answer, 0, options.format);
+    else root.GetText(answer, 0);
+    return Result::Success({root.GetKind() == NodeNumber ? Kind::Number : Kind::Text, ToUtf8(answer.Str())});
 }
 
 Calculator::Calculator(Options options) : m_impl(std::make_unique<Impl>(std::move(options))) {}
