@@ -38,6 +38,9 @@ TEST(CFuncPara, ResetDoubleString) {
     struct ResultCase { const char16_t* result; int status; const char* want; } results[] = {
         {u" 2.50 ", 1, "2.5"}, {u"-0.0", 1, "0"}, {u"", 1, ""}, {u"12abc", 0, "12abc"},
         {u"1234567890123456789.5", 0, "1234567890123456789.5"},  // 19 digits before the point
+        // Already in number form: kept as it is, measured all the same.
+        {u"-12.5", 1, "-12.5"}, {u"-0", 1, "0"}, {u"007", 1, "007"}, {u"123456789012345678", 1, "123456789012345678"},
+        {u"-1234567890123456789", 0, "-1234567890123456789"},
     };
     for (const auto& c : results) {
         CFuncPara para;

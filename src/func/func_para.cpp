@@ -3,6 +3,8 @@
 
 #include <qorcalc/utility.h>
 
+#include "util/number_form.h"
+
 using qorcalc::detail::Shielded;
 using qorcalc::detail::ShieldedInto;
 
@@ -24,6 +26,8 @@ namespace {
 // part is too long to keep as a number.  Only the mantissa of a number with
 // an exponent is rewritten: the zeros of 1.50e10 belong to the exponent.
 int NormaliseNumber(CString& text) {
+    // A text already in number form stays as it is; only its length counts.
+    if (qorcalc::util::IsInResetForm(text.Str()) && text != u"-0") return CUtilityCalc::ResetDoubleString(text);
     if (!CUtilityCalc::IsConvertAbleNumberString(text, 1)) return 0;
     const int exponent = text.FindOneOf(u"eE");
     CString mantissa = exponent < 0 ? text : text.Left(exponent);

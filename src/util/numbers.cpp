@@ -15,6 +15,7 @@
 #include <qorcalc/utility.h>
 
 #include "support/text.h"
+#include "util/number_form.h"
 
 #include <algorithm>
 #include <charconv>
@@ -123,20 +124,6 @@ int DecimalDigits(uint64_t value) {
     int digits = 1;
     for (; value >= 10; value /= 10) ++digits;
     return digits;
-}
-
-// Digits with an optional minus and a fraction that does not end in "0":
-// what resetting leaves as it is ("-0" aside).
-bool IsInResetForm(const std::u16string& s) {
-    size_t i = !s.empty() && s[0] == u'-' ? 1 : 0;
-    const size_t digits = i;
-    while (i < s.size() && IsAsciiDigit(s[i])) ++i;
-    if (i == digits) return false;
-    if (i == s.size()) return true;
-    if (s[i] != u'.' || s.back() == u'0' || i + 1 == s.size()) return false;
-    for (++i; i < s.size(); ++i)
-        if (!IsAsciiDigit(s[i])) return false;
-    return true;
 }
 
 }  // namespace
@@ -316,8 +303,24 @@ void CUtilityCalc::RoundStr(CString& number, int decimals) {
     }, number);
 }
 
+namespace qorcalc::util {
+
+bool IsInResetForm(std::u16string_view s) {
+    size_t i = !s.empty() && s[0] == u'-' ? 1 : 0;
+    const size_t digits = i;
+    while (i < s.size() && IsAsciiDigit(s[i])) ++i;
+    if (i == digits) return false;
+    if (i == s.size()) return true;
+    if (s[i] != u'.' || s.back() == u'0' || i + 1 == s.size()) return false;
+    for (++i; i < s.size(); ++i)
+        if (!IsAsciiDigit(s[i])) return false;
+    return true;
+}
+
+}  // namespace qorcalc::util
+
 int CUtilityCalc::ResetDoubleString(CString& number) {
-    if (IsInResetForm(number.Str()) && number != u"-0") {
+    if (qorcalc::util::IsInResetForm(number.Str()) && number != u"-0") {
         const int point = number.Find(u'.');
         return (point < 0 ? number.GetLength() : point) <= kMaxIntegerChars;
     }
