@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <iterator>
 #include <memory>
 #include <string>
 #include <thread>
@@ -154,6 +155,43 @@ TEST(CalcReuse, ReleasedClonesCalculateAsTheFirst) {
         const std::unique_ptr<CCalcNode> deleted(compiled->Clone());
         EXPECT_EQ(Answered(*calc, deleted.get()), c.want);
     }
+}
+
+// A manager class of the host's own: it counts its calls and leaves the
+// work to the engine's.
+class CountingMnger : public CFuncMnger {
+public:
+    int Call(CFuncPara& para, int bCheck, int index) override {
+        ++calls;
+        return CFuncMnger::Call(para, bCheck, index);
+    }
+    int calls = 0;
+};
+
+// Text results that begin or end with quote characters read the same
+// whether the engine's own manager or a host's class runs the function.
+TEST(CalcReuse, TextResultsReadTheSameThroughAHostsManager) {
+    TestProvider provider;
+    CountingMnger counting;
+    std::unique_ptr<ICalc> own(NewCalc(nullptr, nullptr));
+    std::unique_ptr<ICalc> hosts(NewCalc(&counting, nullptr));
+    const struct {
+        const char16_t* formula;
+        const char* want;
+    } cases[] = {
+        {u"left(\"'a'b\", 3)", "a"},   {u"right(\"'a'b\", 2)", "'b"},        {u"left('\"\"x', 2)", ""},
+        {u"mid('\"ab\"', 0, 4)", "ab"}, {u"left('''', 1)", ""},              {u"left('x', 1)", "x"},
+        {u"'a' + left('b''', 2)", "ab'"}, {u"toUpperCase('ab') + 1", "AB1"}, {u"englishNum(12)", "twelve"},
+    };
+    for (const auto& c : cases) {
+        for (ICalc* calc : {own.get(), hosts.get()}) {
+            int pos = -1;
+            const std::unique_ptr<CCalcNode> root(calc->Compile(c.formula, &pos));
+            ASSERT_TRUE(root) << CString(c.formula).ToUtf8();
+            EXPECT_EQ(Answered(*calc, root.get()), c.want) << CString(c.formula).ToUtf8();
+        }
+    }
+    EXPECT_EQ(counting.calls, static_cast<int>(std::size(cases)));
 }
 
 // Release deletes what the engine does not keep: a host's own node class

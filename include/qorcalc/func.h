@@ -171,6 +171,10 @@ public:
     // host item (flag bit 0 without bit 1) is refused while
     // m_bPermitRestricted is 0.
     virtual int Call(CFuncPara& para, int bCheck, int index);
+    // Call for the calculator, which reads the result at once: with `text`
+    // given, a result that Call would put in quotes to mark it as text is
+    // left as the function wrote it, and *text says it is one.
+    QORCALC_LOCAL int CallInto(CFuncPara& para, int bCheck, int index, bool* text);
     // Describes the function `name` (blanks around it ignored) in `out`, its
     // texts taken from the message provider; 0 when there is none.
     virtual int GetFuncInfo(const char16_t* name, CFuncItem& out);

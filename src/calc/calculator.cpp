@@ -8,6 +8,7 @@
 #include <qorcalc/vek.h>
 
 #include <memory>
+#include <typeinfo>
 
 #include "calc/converter.h"
 #include "expr/evaluate.h"
@@ -174,7 +175,7 @@ int CCalc::SetTermValue(CCalcNode* root, CCalcNode* term, const CString& valueTe
     return AnswerTerm(root, term, m_strAnswer);
 }
 
-int CCalc::AnswerTerm(CCalcNode* root, CCalcNode* term, CString& value) {
+int CCalc::AnswerTerm(CCalcNode* root, CCalcNode* term, CString& value, bool text) {
     CCalcTree* tree = CCalcTree::Of(root);
     if (!tree) return Refuse(nullptr, CString());
     if (tree->Failed()) {
@@ -190,7 +191,9 @@ int CCalc::AnswerTerm(CCalcNode* root, CCalcNode* term, CString& value) {
     if (!asked) walk.Restart();
     tree->MarkAnswered(term);
     bool reconvert = false;
-    if (CUtilityCalc::Dettach_Quotes(value, nullptr) || value.IsEmpty()) {
+    // Unquoting a text marked by its quotes would remove them and then the
+    // pairs it was written with: the same as unquoting the text alone.
+    if (CUtilityCalc::Dettach_Quotes(value, nullptr) || text || value.IsEmpty()) {
         term->TakeText(value);
         term->SetKind(NodeString);
     } else if (CUtilityCalc::IsPureNumber(value, 1)) {
@@ -242,9 +245,14 @@ int CCalc::CallFunction(CCalcNode* root, CCalcNode* call, CString& out, int bChe
     const int index = mnger->Find(para.m_strFuncName);
     if (index == -1) return AskHost(call, para, out);
     call->WriteArguments(para.m_arrParas, CCalcNode::ArgumentsUnquoted);
-    switch (mnger->Call(para, bCheck, index)) {
+    // A host's own manager class is called as it defines Call; the engine's
+    // own leaves a text result unquoted, as the tree holds it.
+    bool text = false;
+    const int status = typeid(*mnger) == typeid(CFuncMnger) ? mnger->CallInto(para, bCheck, index, &text)
+                                                            : mnger->Call(para, bCheck, index);
+    switch (status) {
         case 1:
-            return AnswerTerm(root, call, para.m_strResult) ? kGoOn : CALC_ERROR;
+            return AnswerTerm(root, call, para.m_strResult, text) ? kGoOn : CALC_ERROR;
         case -1:
             return AskHost(call, para, out);
         case -2:

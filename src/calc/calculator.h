@@ -50,8 +50,9 @@ private:
     void Fail(CCalcTree& tree, uint32_t messageId);
     // Reports the failure that ended `tree`'s calculation once more.
     void RepeatFailure(const CCalcTree& tree);
-    // SetTermValue with a value it may take apart (and leave changed).
-    int AnswerTerm(CCalcNode* root, CCalcNode* term, CString& value);
+    // SetTermValue with a value it may take apart (and leave changed);
+    // `text` says the value is a text that only lacks its quotes.
+    int AnswerTerm(CCalcNode* root, CCalcNode* term, CString& value, bool text = false);
     // One function step of Calculate; returns a result code, or -2 to go on.
     int CallFunction(CCalcNode* root, CCalcNode* call, CString& out, int bCheck);
     int AskHost(CCalcNode* call, CFuncPara& para, CString& out);

@@ -36,7 +36,7 @@ void ReportFailure(CFuncPara& para, int status, const CStringArray& args) {
 
 }  // namespace
 
-int Invoke(CFuncPara& para, PFN_CALCFUNC fn, uint8_t kind) {
+int Invoke(CFuncPara& para, PFN_CALCFUNC fn, uint8_t kind, bool* text) {
     for (CString& arg : para.m_arrParas) CUtilityCalc::Dettach_Quotes(arg, nullptr);
     // Functions may rewrite or remove their arguments; a failure is reported
     // with the arguments as they were handed over; the copy is kept between
@@ -56,9 +56,12 @@ int Invoke(CFuncPara& para, PFN_CALCFUNC fn, uint8_t kind) {
         ReportFailure(para, status, args);
         return 0;
     }
+    if (text) *text = false;
     if (para.m_strResult.IsEmpty()) return 1;
-    if (IsQuotedKind(kind) || !CUtilityCalc::IsPureNumber(para.m_strResult, 0))
-        CUtilityCalc::Attach_Quotes(para.m_strResult);
+    if (IsQuotedKind(kind) || !CUtilityCalc::IsPureNumber(para.m_strResult, 0)) {
+        if (text) *text = true;
+        else CUtilityCalc::Attach_Quotes(para.m_strResult);
+    }
     return 1;
 }
 

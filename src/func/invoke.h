@@ -20,7 +20,8 @@ CString CallText(const CString& name, const CStringArray& args);
 
 // Unquotes the arguments of `para`, runs `fn` (not null) on them and turns
 // its status into 1 (the result, quoted by `kind`, is in the record) or 0
-// (the failure text is the last error and the result is empty).
-int Invoke(CFuncPara& para, PFN_CALCFUNC fn, uint8_t kind);
+// (the failure text is the last error and the result is empty).  With
+// `text` given, a result is never quoted: *text says whether it would be.
+int Invoke(CFuncPara& para, PFN_CALCFUNC fn, uint8_t kind, bool* text = nullptr);
 
 }  // namespace qorcalc::func

@@ -131,7 +131,9 @@ int CFuncMnger::GetFuncInfo(const char16_t* name, CFuncItem& out) {
     });
 }
 
-int CFuncMnger::Call(CFuncPara& para, int bCheck, int index) {
+int CFuncMnger::Call(CFuncPara& para, int bCheck, int index) { return CallInto(para, bCheck, index, nullptr); }
+
+int CFuncMnger::CallInto(CFuncPara& para, int bCheck, int index, bool* text) {
     return qorcalc::detail::Guarded(u"CFuncMnger::Call", static_cast<int>(CALL_FAILED), [&]() -> int {
         const CString& name = para.m_strFuncName;  // read only before the function runs
         para.m_strResult.Empty();
@@ -141,7 +143,7 @@ int CFuncMnger::Call(CFuncPara& para, int bCheck, int index) {
         if (index < 0 || index >= kBuiltinCount) index = FindBuiltin(name);
         if (index >= 0) {
             const CatalogueEntry& e = BuiltinAt(index);
-            return qorcalc::func::Invoke(para, e.fn, e.kind);
+            return qorcalc::func::Invoke(para, e.fn, e.kind, text);
         }
 
         const int position = FindHostItem(name);
@@ -155,7 +157,7 @@ int CFuncMnger::Call(CFuncPara& para, int bCheck, int index) {
             CVek::Error(u"");
             return CALL_NOT_FOUND;
         }
-        return qorcalc::func::Invoke(para, item.m_pfnCall, item.m_nReturnKind);
+        return qorcalc::func::Invoke(para, item.m_pfnCall, item.m_nReturnKind, text);
     });
 }
 
