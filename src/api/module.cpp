@@ -4,6 +4,8 @@
 #include <qorcalc/utility.h>
 #include <qorcalc/vek.h>
 
+#include "api/engine_failure.h"
+
 #include <cstdlib>
 #include <new>
 #include <ctime>
@@ -79,6 +81,10 @@ void TranslateText(CString& text) {
     if (ILggInterface* provider = State().provider) provider->Translate(text);
 }
 
+// Whether t_engineFailure holds one: a plain flag, read without the
+// initialisation check every access to the record itself goes through.
+thread_local bool t_engineFailed = false;
+
 namespace {
 
 struct EngineFailure {
@@ -87,9 +93,6 @@ struct EngineFailure {
 };
 
 thread_local EngineFailure t_engineFailure;
-// Whether t_engineFailure holds one: a plain flag, read without the
-// initialisation check every access to the record itself goes through.
-thread_local bool t_engineFailed = false;
 thread_local int t_guardDepth = 0;
 
 CString Quoted(const CString& text) {

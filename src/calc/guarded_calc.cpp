@@ -13,6 +13,7 @@
 #include <new>
 #include <string>
 
+#include "api/engine_failure.h"
 #include "calc/calculator.h"
 
 namespace qorcalc::calc {
@@ -57,9 +58,11 @@ private:
     template <class Result, class Body>
     Result Run(const char16_t* where, Result failed, Body&& body) {
         CString text;
-        detail::TakeEngineFailure(text);  // an earlier operation's is no concern of this one
+        // An earlier operation's failure is no concern of this one.
+        if (detail::EngineFailurePending()) detail::TakeEngineFailure(text);
         const Result result = detail::Guarded(where, failed, body);
         m_nErrorCode = m_calc.GetLastErrorCode();
+        if (!detail::EngineFailurePending()) return result;
         if (const uint32_t id = detail::TakeEngineFailure(text); id && result == failed) {
             m_nErrorCode = static_cast<int>(id);
             CVek::Error(text);
