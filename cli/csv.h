@@ -2,6 +2,11 @@
 // and line breaks; a leading byte-order mark; LF or CRLF line ends.  Empty
 // lines are skipped.  Memory is one buffer and the fields of one record,
 // reused from record to record.
+//
+// Runs of ordinary bytes are copied into a field a span at a time; only the
+// bytes that mean something to CSV (comma, quote, CR, LF) and the bytes at a
+// buffer's end go through the byte-at-a-time path, so a field or a quoted
+// line break may straddle two buffers.
 #pragma once
 
 #include <cstdio>
@@ -20,18 +25,28 @@ public:
     // The line the last record began on (1 for the first line).
     long line() const { return m_recordLine; }
     // Bytes consumed so far.
-    long long consumed() const { return m_consumed; }
+    long long consumed() const { return m_before + static_cast<long long>(m_at); }
+    // Whether every byte of the last record was ASCII, which is valid UTF-8
+    // without a closer look.
+    bool ascii() const { return m_high < 0x80; }
 
 private:
     int Get();
+    void Unget() { --m_at; }
+    void Span(std::string& field, const bool (&stops)[256]);
+    void Append(std::string& field, int c);
+    // The rest of a quoted field after its opening quote; false when the
+    // file ends first.
+    bool Quoted(std::string& field);
 
     std::FILE* m_file;
     char m_buffer[1 << 16];
     size_t m_size = 0;
     size_t m_at = 0;
+    long long m_before = 0;  // bytes of the buffers before this one
     long m_line = 1;
     long m_recordLine = 1;
-    long long m_consumed = 0;
+    unsigned char m_high = 0;  // every byte of the record or-ed together
     bool m_started = false;
 };
 

@@ -413,6 +413,17 @@ int RunReport(const ReportArgs& args, Language language) {
         return &batch;
     };
 
+    // A record that stops the run has its line named; 0 for a good one.
+    auto reject = [&](CsvReader::Status got, const std::vector<std::string>& record) {
+        const bool utf8 = reader.ascii() || std::all_of(record.begin(), record.end(), [](const std::string& f) { return host::IsValidUtf8(f); });
+        if (got == CsvReader::Status::Record && record.size() == header.size() && utf8) return 0;
+        const std::string line = std::to_string(reader.line());
+        if (got == CsvReader::Status::OpenQuote) return say(kMsgOpenQuote, {args.data, line});
+        if (record.size() != header.size())
+            return say(kMsgRaggedRecord, {args.data, line, std::to_string(record.size()), std::to_string(header.size())});
+        return say(kMsgCsvNotUtf8, {args.data, line});
+    };
+
     bool more = true;
     while (more) {
         Batch* batch;
@@ -435,14 +446,7 @@ int RunReport(const ReportArgs& args, Language language) {
                 more = false;
                 break;
             }
-            const std::string line = std::to_string(reader.line());
-            if (got == CsvReader::Status::OpenQuote) {
-                status = say(kMsgOpenQuote, {args.data, line});
-            } else if (record.size() != header.size()) {
-                status = say(kMsgRaggedRecord, {args.data, line, std::to_string(record.size()), std::to_string(header.size())});
-            } else if (!std::all_of(record.begin(), record.end(), [](const std::string& f) { return host::IsValidUtf8(f); })) {
-                status = say(kMsgCsvNotUtf8, {args.data, line});
-            }
+            status = reject(got, record);
             if (status) {
                 more = false;
                 break;
