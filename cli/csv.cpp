@@ -5,17 +5,18 @@
 namespace qorcalc::tool {
 namespace {
 
-// The bytes that end a run of plain field bytes.
-struct Stops {
+// A set of bytes, looked up by a byte's value.
+struct ByteSet {
     bool at[256] = {};
-    constexpr explicit Stops(const char* bytes) {
+    constexpr explicit ByteSet(const char* bytes) {
         for (; *bytes; ++bytes) at[static_cast<unsigned char>(*bytes)] = true;
     }
 };
-// Outside quotes: a field's end, a quote, a line end.
-constexpr Stops kPlainStops(",\"\r\n");
-// Inside quotes: the closing (or doubled) quote, and a line break to count.
-constexpr Stops kQuotedStops("\"\n");
+// Outside quotes a run of plain bytes ends at a comma, a quote or a line
+// end; the same bytes make a cell need quotes when written.
+constexpr ByteSet kPlainStops(",\"\r\n");
+// Inside quotes: at the closing (or doubled) quote, and at a line break to count.
+constexpr ByteSet kQuotedStops("\"\n");
 
 }  // namespace
 
@@ -31,14 +32,14 @@ int CsvReader::Get() {
 
 // Appends to `field` the bytes from the read position to the next stop or
 // the buffer's end, whichever comes first.
-inline void CsvReader::Span(std::string& field, const bool (&stops)[256]) {
+void CsvReader::Span(std::string& field, const bool* stops) {
     const auto* begin = reinterpret_cast<const unsigned char*>(m_buffer) + m_at;
     const auto* end = reinterpret_cast<const unsigned char*>(m_buffer) + m_size;
     const auto* p = begin;
-    unsigned char high = m_high;
+    unsigned char high = 0;
     while (p != end && !stops[*p]) high |= *p++;
     if (p == begin) return;
-    m_high = high;
+    m_high |= high;
     field.append(reinterpret_cast<const char*>(begin), static_cast<size_t>(p - begin));
     m_at += static_cast<size_t>(p - begin);
 }
@@ -114,6 +115,23 @@ CsvReader::Status CsvReader::Next(std::vector<std::string>& fields) {
         fields.resize(count + 1);
         return Status::Record;
     }
+}
+
+void AppendCsvCell(std::string_view text, std::string& out) {
+    const auto* p = reinterpret_cast<const unsigned char*>(text.data());
+    const auto* end = p + text.size();
+    while (p != end && !kPlainStops.at[*p]) ++p;
+    if (p == end) {
+        out += text;
+        return;
+    }
+    out += '"';
+    for (size_t quote; (quote = text.find('"')) != std::string_view::npos; text.remove_prefix(quote + 1)) {
+        out.append(text.substr(0, quote + 1));
+        out += '"';
+    }
+    out += text;
+    out += '"';
 }
 
 }  // namespace qorcalc::tool

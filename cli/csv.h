@@ -1,7 +1,8 @@
-// A streaming RFC 4180 reader: quoted fields with commas, doubled quotes
-// and line breaks; a leading byte-order mark; LF or CRLF line ends.  Empty
-// lines are skipped.  Memory is one buffer and the fields of one record,
-// reused from record to record.
+// CSV in and out.  A streaming RFC 4180 reader: quoted fields with commas,
+// doubled quotes and line breaks; a leading byte-order mark; LF or CRLF
+// line ends.  Empty lines are skipped.  Memory is one buffer and the fields
+// of one record, reused from record to record.  The writer's side is one
+// cell at a time, quoted only when it must be.
 //
 // Runs of ordinary bytes are copied into a field a span at a time; only the
 // bytes that mean something to CSV (comma, quote, CR, LF) and the bytes at a
@@ -11,6 +12,7 @@
 
 #include <cstdio>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace qorcalc::tool {
@@ -33,7 +35,7 @@ public:
 private:
     int Get();
     void Unget() { --m_at; }
-    void Span(std::string& field, const bool (&stops)[256]);
+    void Span(std::string& field, const bool* stops);
     void Append(std::string& field, int c);
     // The rest of a quoted field after its opening quote; false when the
     // file ends first.
@@ -46,8 +48,12 @@ private:
     long long m_before = 0;  // bytes of the buffers before this one
     long m_line = 1;
     long m_recordLine = 1;
-    unsigned char m_high = 0;  // every byte of the record or-ed together
+    unsigned char m_high = 0;  // the record's bytes or-ed together
     bool m_started = false;
 };
+
+// `text` as a CSV cell appended to `out`: in quotes, inner quotes doubled,
+// when it holds a comma, a quote or a line break, else as it is.
+void AppendCsvCell(std::string_view text, std::string& out);
 
 }  // namespace qorcalc::tool
