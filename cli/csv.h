@@ -33,7 +33,9 @@ public:
     bool ascii() const { return m_high < 0x80; }
 
 private:
-    int Get();
+    // The next byte, or EOF.
+    int Get() { return m_at < m_size ? static_cast<unsigned char>(m_buffer[m_at++]) : Refill(); }
+    int Refill();
     void Unget() { --m_at; }
     void Span(std::string& field, const bool* stops);
     void Append(std::string& field, int c);
