@@ -15,68 +15,48 @@ fail() { echo "FAIL: $*"; failures=$((failures + 1)); }
 printf 'n = len(b)\n' >"$W/len.f"
 BUFFER=65536
 
-# check NAME CSV-FILE STATUS WANT-STDOUT STDERR-PATTERN
-check() {
-    local name=$1 csv=$2 status=$3 want=$4 pattern=$5 rc
-    "$Q" report --csv "$csv" "$W/len.f" >"$W/out" 2>"$W/err"
-    rc=$?
-    [ "$rc" = "$status" ] || fail "$name: exit $rc, wanted $status; stderr: $(cat "$W/err")"
-    printf '%s' "$want" | cmp -s - "$W/out" || fail "$name: printed [$(od -c "$W/out" | head -5)], wanted [$want]"
-    [ -z "$pattern" ] || grep -q -- "$pattern" "$W/err" || fail "$name: stderr [$(cat "$W/err")] lacks [$pattern]"
-}
-
-# Whole files: name, bytes (printf format), exit status, output, stderr.
-small=(
-    "plain|a,b\n1,xy\n|0|a,b,n\n1,xy,2\n|"
-    "no final line end|a,b\n1,xy|0|a,b,n\n1,xy,2\n|"
-    "CRLF|a,b\r\n1,xy\r\n2,z\r\n|0|a,b,n\n1,xy,2\n2,z,1\n|"
-    "byte-order mark|\xef\xbb\xbfa,b\n1,xy\n|0|a,b,n\n1,xy,2\n|"
-    "empty lines|a,b\n\n1,xy\n\r\n\n2,z\n\n|0|a,b,n\n1,xy,2\n2,z,1\n|"
-    "lone CR is data|a,b\n1,x\ry\n|0|a,b,n\n1,\"x\ry\",3\n|"
-    "lone CR at the end|a,b\n1,xy\r|0|a,b,n\n1,\"xy\r\",3\n|"
-    "quotes doubled|a,b\n1,\"say \"\"hi\"\"\"\n|0|a,b,n\n1,\"say \"\"hi\"\"\",8\n|"
-    "text after a closing quote|a,b\n1,\"x\"y\n|0|a,b,n\n1,xy,2\n|"
-    "quote inside a field|a,b\n1,x\"y\n|0|a,b,n\n1,\"x\"\"y\",3\n|"
-    "empty first cells keep their commas|a,b\n,\n,xy\n|0|a,b,n\n,,0\n,xy,2\n|"
-    "empty first name|,b\n1,xy\n|0|,b,n\n1,xy,2\n|"
-    "quoted line break counts a line|a,b\n1,\"x\ny\"\n2\n|1|a,b,n\n1,\"x\ny\",3\n|line 4: 1 fields where"
-    "open quote|a,b\n1,xy\n2,\"z\n|1|a,b,n\n1,xy,2\n|line 3: a quoted field is never closed"
-    "bad UTF-8 after a good record|a,b\n1,\xc3\xa9\n2,\xc3\n|1|a,b,n\n1,\xc3\xa9,1\n|line 3: the text is not valid UTF-8"
+# Cases: name, header line and records (printf formats), exit status,
+# output (header included), stderr.  Each case runs with one padding record
+# between the header and the records: a short one, then ones of the lengths
+# that put each byte of the records in turn first in the second buffer.  The
+# padding's line is left out of the comparison.
+cases=(
+    "plain|a,b\n|1,xy\n|0|a,b,n\n1,xy,2\n|"
+    "no final line end|a,b\n|1,xy|0|a,b,n\n1,xy,2\n|"
+    "CRLF|a,b\r\n|1,xy\r\n\r\n2,z\r\n|0|a,b,n\n1,xy,2\n2,z,1\n|"
+    "byte-order mark|\xef\xbb\xbfa,b\n|1,xy\n|0|a,b,n\n1,xy,2\n|"
+    "empty lines|a,b\n|\n1,xy\n\r\n\n2,z\n\n|0|a,b,n\n1,xy,2\n2,z,1\n|"
+    "lone CR is data|a,b\n|1,x\ry\n|0|a,b,n\n1,\"x\ry\",3\n|"
+    "lone CR at the end|a,b\n|1,xy\r|0|a,b,n\n1,\"xy\r\",3\n|"
+    "quoted|a,b\n|x,\"a,\"\"b\"\"\"\nx,\"p\r\nq\"\r\nx,\"one\ntwo\"\n|0|a,b,n\nx,\"a,\"\"b\"\"\",5\nx,\"p\r\nq\",4\nx,\"one\ntwo\",7\n|"
+    "text after a closing quote|a,b\n|1,\"x\"y\n|0|a,b,n\n1,xy,2\n|"
+    "quote inside a field|a,b\n|1,x\"y\n|0|a,b,n\n1,\"x\"\"y\",3\n|"
+    "multibyte characters|a,b\n|1,\xe7\x8e\x8b\xc3\xa9\n|0|a,b,n\n1,\xe7\x8e\x8b\xc3\xa9,2\n|"
+    "empty first cells keep their commas|a,b\n|,\n,xy\n|0|a,b,n\n,,0\n,xy,2\n|"
+    "empty first name|,b\n|1,xy\n|0|,b,n\n1,xy,2\n|"
+    "quoted line breaks count lines|a,b\n|1,\"x\n2\n3\"\n2\n|1|a,b,n\n1,\"x\n2\n3\",5\n|line 6: 1 fields where"
+    "open quote|a,b\n|1,xy\n2,\"z\n|1|a,b,n\n1,xy,2\n|line 4: a quoted field is never closed"
+    "bad UTF-8 after a good record|a,b\n|1,\xc3\xa9\n2,\xe7\x8e\n|1|a,b,n\n1,\xc3\xa9,1\n|line 4: the text is not valid UTF-8"
 )
-for row in "${small[@]}"; do
-    IFS='|' read -r name bytes status want pattern <<<"$row"
-    printf "$bytes" >"$W/small.csv"
-    check "$name" "$W/small.csv" "$status" "$(printf "$want")"$'\n' "$pattern"
-done
-
-# Records across a buffer boundary: name, records (printf format), exit
-# status, their output, stderr.  A header and one padding record come first,
-# of a length that puts each byte of the records in turn first in the second
-# buffer; the padding's line is left out of the comparison.
-across=(
-    "plain and quoted|x,hello\nx,\"a,\"\"b\"\"\"\nx,\"one\ntwo\"\nx,\xe7\x8e\x8b\xc3\xa9\n|0|x,hello,5\nx,\"a,\"\"b\"\"\",5\nx,\"one\ntwo\",7\nx,\xe7\x8e\x8b\xc3\xa9,2\n|"
-    "line ends|x,crlf\r\n\r\nx,\"p\r\nq\"\r\nx,a\rb\n\nx,end|0|x,crlf,4\nx,\"p\r\nq\",4\nx,\"a\rb\",3\nx,end,3\n|"
-    "quoted lines then ragged|x,\"1\n2\n3\"\nragged\n|1|x,\"1\n2\n3\",5\n|line 6: 1 fields where"
-    "open quote|x,\"never closed\n|1||line 3: a quoted field is never closed"
-    "bad UTF-8|x,\xe7\x8e\n|1||line 3: the text is not valid UTF-8"
-)
-for row in "${across[@]}"; do
-    IFS='|' read -r name bytes status want pattern <<<"$row"
-    printf "$bytes" >"$W/body"
-    want=$(printf "a,b,n\n$want")$'\n'
-    size=$(stat -c %s "$W/body")
-    for ((first = 0; first <= size; ++first)); do
-        # "a,b\n" and "pad," + p... + "\n" end where the records begin.
-        { printf 'a,b\npad,'; head -c $((BUFFER - 9 - first)) /dev/zero | tr '\0' p; printf '\n'; cat "$W/body"; } >"$W/across.csv"
-        "$Q" report --csv "$W/across.csv" "$W/len.f" >"$W/raw" 2>"$W/err"
+for row in "${cases[@]}"; do
+    IFS='|' read -r name head records status want pattern <<<"$row"
+    printf "$head" >"$W/head"
+    printf "$records" >"$W/records"
+    want=$(printf "$want")$'\n'
+    ahead=$(($(stat -c %s "$W/head") + 5))  # the header and the padding's "pad," and line end
+    pads=(1)
+    for ((first = 0; first <= $(stat -c %s "$W/records"); ++first)); do pads+=($((BUFFER - ahead - first))); done
+    for pad in "${pads[@]}"; do
+        where="$pad bytes of padding"
+        { cat "$W/head"; printf 'pad,'; head -c "$pad" /dev/zero | tr '\0' p; printf '\n'; cat "$W/records"; } >"$W/in.csv"
+        "$Q" report --csv "$W/in.csv" "$W/len.f" >"$W/raw" 2>"$W/err"
         rc=$?
         sed '2d' "$W/raw" >"$W/out"
         before=$failures
-        [ "$rc" = "$status" ] || fail "$name, byte $first first in a buffer: exit $rc, wanted $status"
-        printf '%s' "$want" | cmp -s - "$W/out" ||
-            fail "$name, byte $first first in a buffer: printed [$(od -c "$W/out" | head -5)]"
-        [ -z "$pattern" ] || grep -q -- "$pattern" "$W/err" || fail "$name, byte $first first in a buffer: stderr [$(cat "$W/err")]"
-        [ $failures = "$before" ] || break  # one failing position says enough
+        [ "$rc" = "$status" ] || fail "$name, $where: exit $rc, wanted $status; stderr: $(cat "$W/err")"
+        printf '%s' "$want" | cmp -s - "$W/out" || fail "$name, $where: printed [$(od -c "$W/out" | head -5)]"
+        [ -z "$pattern" ] || grep -q -- "$pattern" "$W/err" || fail "$name, $where: stderr [$(cat "$W/err")] lacks [$pattern]"
+        [ $failures = "$before" ] || break  # one failing placement says enough
     done
 done
 
