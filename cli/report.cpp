@@ -282,7 +282,10 @@ public:
             for (size_t k = 0; k < results.size(); ++k) {
                 if (results[k].ok) continue;
                 Failure& failure = batch.failures[k];
-                if (failure.count++ == 0) failure.firstLine = batch.lines[r], failure.firstMessage = results[k].error.message;
+                if (failure.count++ == 0) {
+                    failure.firstLine = batch.lines[r];
+                    failure.firstMessage = results[k].error.message;
+                }
             }
         }
     }
