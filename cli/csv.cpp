@@ -3,15 +3,65 @@
 #include <cstring>
 
 namespace qorcalc::tool {
+namespace {
 
-int CsvReader::Get() {
-    if (m_at == m_size) {
-        m_size = std::fread(m_buffer, 1, sizeof m_buffer, m_file);
-        m_at = 0;
-        if (m_size == 0) return EOF;
+// A set of bytes, looked up by a byte's value.
+struct ByteSet {
+    bool at[256] = {};
+    constexpr explicit ByteSet(const char* bytes) {
+        for (; *bytes; ++bytes) at[static_cast<unsigned char>(*bytes)] = true;
     }
-    ++m_consumed;
-    return static_cast<unsigned char>(m_buffer[m_at++]);
+};
+// Outside quotes a run of plain bytes ends at a comma, a quote or a line
+// end; the same bytes make a cell need quotes when written.
+constexpr ByteSet kPlainStops(",\"\r\n");
+// Inside quotes: at the closing (or doubled) quote, and at a line break to count.
+constexpr ByteSet kQuotedStops("\"\n");
+
+}  // namespace
+
+int CsvReader::Refill() {
+    m_before += static_cast<long long>(m_size);
+    m_size = std::fread(m_buffer, 1, sizeof m_buffer, m_file);
+    m_at = 0;
+    return m_size == 0 ? EOF : static_cast<unsigned char>(m_buffer[m_at++]);
+}
+
+// Appends to `field` the bytes from the read position to the next stop or
+// the buffer's end, whichever comes first.
+void CsvReader::Span(std::string& field, const bool* stops) {
+    const auto* begin = reinterpret_cast<const unsigned char*>(m_buffer) + m_at;
+    const auto* end = reinterpret_cast<const unsigned char*>(m_buffer) + m_size;
+    const auto* p = begin;
+    unsigned char high = 0;
+    while (p != end && !stops[*p]) high |= *p++;
+    if (p == begin) return;
+    m_high |= high;
+    field.append(reinterpret_cast<const char*>(begin), static_cast<size_t>(p - begin));
+    m_at += static_cast<size_t>(p - begin);
+}
+
+void CsvReader::Append(std::string& field, int c) {
+    m_high |= static_cast<unsigned char>(c);
+    field += static_cast<char>(c);
+}
+
+bool CsvReader::Quoted(std::string& field) {
+    for (;;) {
+        Span(field, kQuotedStops.at);
+        const int c = Get();
+        if (c == EOF) return false;
+        if (c == '"') {
+            const int next = Get();
+            if (next != '"') {
+                if (next != EOF) Unget();  // the byte after the closing quote is the field's again
+                return true;
+            }
+        } else if (c == '\n') {
+            ++m_line;
+        }
+        Append(field, c);
+    }
 }
 
 CsvReader::Status CsvReader::Next(std::vector<std::string>& fields) {
@@ -19,61 +69,41 @@ CsvReader::Status CsvReader::Next(std::vector<std::string>& fields) {
         m_started = true;
         // A byte-order mark is no part of the first column's name.
         m_size = std::fread(m_buffer, 1, sizeof m_buffer, m_file);
-        if (m_size >= 3 && std::memcmp(m_buffer, "\xEF\xBB\xBF", 3) == 0) m_at = m_consumed = 3;
+        if (m_size >= 3 && std::memcmp(m_buffer, "\xEF\xBB\xBF", 3) == 0) m_at = 3;
     }
-    size_t count = 0;
-    auto field = [&]() -> std::string& {
-        if (fields.size() <= count) fields.emplace_back();
-        return fields[count];
-    };
+    if (fields.empty()) fields.emplace_back();
     for (;;) {
         m_recordLine = m_line;
-        count = 0;
-        field().clear();
-        bool quoted = false, any = false;
+        m_high = 0;
+        const long long start = consumed();
+        size_t count = 0;
+        fields[0].clear();
         int c;
-        while ((c = Get()) != EOF) {
-            any = true;
-            if (quoted) {
-                if (c == '"') {
-                    const int next = Get();
-                    if (next == '"') {
-                        field() += '"';
-                        continue;
-                    }
-                    quoted = false;
-                    if (next == EOF) break;
-                    c = next;
-                } else {
-                    if (c == '\n') ++m_line;
-                    field() += static_cast<char>(c);
-                    continue;
-                }
-            }
+        for (;;) {
+            std::string& field = fields[count];
+            Span(field, kPlainStops.at);
+            c = Get();
+            if (c == EOF || c == '\n') break;
             if (c == ',') {
-                ++count;
-                field().clear();
-            } else if (c == '"' && field().empty()) {
-                quoted = true;
-            } else if (c == '\n') {
-                ++m_line;
-                break;
+                if (fields.size() <= ++count) fields.emplace_back();
+                fields[count].clear();
+            } else if (c == '"' && field.empty()) {
+                if (!Quoted(field)) return Status::OpenQuote;
             } else if (c == '\r') {
                 const int next = Get();
-                if (next == '\n') {
-                    ++m_line;
+                if (next == '\n') break;
+                Append(field, '\r');
+                if (next == EOF) {
+                    c = EOF;
                     break;
                 }
-                field() += '\r';
-                if (next == EOF) break;
-                --m_at;  // the byte after a lone CR is data
-                --m_consumed;
+                Unget();  // the byte after a lone CR is data
             } else {
-                field() += static_cast<char>(c);
+                Append(field, c);  // a quote inside a field, or a byte from a fresh buffer
             }
         }
-        if (quoted) return Status::OpenQuote;
-        if (!any) return Status::End;
+        if (c != EOF) ++m_line;
+        if (c == EOF && consumed() == start) return Status::End;
         // A line with nothing on it is no record.
         if (count == 0 && fields[0].empty()) {
             if (c == EOF) return Status::End;
@@ -82,6 +112,28 @@ CsvReader::Status CsvReader::Next(std::vector<std::string>& fields) {
         fields.resize(count + 1);
         return Status::Record;
     }
+}
+
+void AppendCsvCell(std::string_view text, std::string& out) {
+    // Such bytes are rare: or the lookups together, four at a time, rather
+    // than stop at the first.
+    const auto* p = reinterpret_cast<const unsigned char*>(text.data());
+    const auto* end = p + text.size();
+    bool special = false;
+    for (; end - p >= 4; p += 4)
+        special |= kPlainStops.at[p[0]] | kPlainStops.at[p[1]] | kPlainStops.at[p[2]] | kPlainStops.at[p[3]];
+    for (; p != end; ++p) special |= kPlainStops.at[*p];
+    if (!special) {
+        out += text;
+        return;
+    }
+    out += '"';
+    for (size_t quote; (quote = text.find('"')) != std::string_view::npos; text.remove_prefix(quote + 1)) {
+        out.append(text.substr(0, quote + 1));
+        out += '"';
+    }
+    out += text;
+    out += '"';
 }
 
 }  // namespace qorcalc::tool

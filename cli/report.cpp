@@ -3,9 +3,10 @@
 //
 // The formulas compile once.  Records stream through batches: the reader
 // fills a batch, a worker (one calculator and one table of names each)
-// calculates it, and the main thread writes batches in input order, so the
-// output is the same whatever the number of jobs and memory holds a bounded
-// number of batches whatever the size of the file.
+// calculates it and formats its rows into one text, and the main thread
+// writes the batches' texts in input order, so the output is the same
+// whatever the number of jobs and memory holds a bounded number of batches
+// whatever the size of the file.
 #include "csv.h"
 #include "tool.h"
 
@@ -32,18 +33,22 @@ constexpr size_t kTableSample = 1000;  // records that decide the table's column
 
 using Column = host::ReportColumn;
 
-struct Batch {
-    std::vector<std::vector<std::string>> records;
-    std::vector<long> lines;
-    std::vector<std::vector<Result>> results;
-    size_t count = 0;
-    bool done = false;
-};
-
+// A column's failing cells: how many, and the first one.
 struct Failure {
     long count = 0;
     long firstLine = 0;
     std::string firstMessage;
+};
+
+struct Batch {
+    std::vector<std::vector<std::string>> records;
+    std::vector<long> lines;
+    size_t count = 0;
+    // What the worker made of the records: their rows, formatted, and each
+    // column's failures among them.
+    std::string text;
+    std::vector<Failure> failures;
+    bool done = false;
 };
 
 std::string Trim(std::string_view text) {
@@ -110,117 +115,100 @@ bool LoadFormulas(const std::string& path, std::istream& in, const std::vector<s
     return true;
 }
 
-// One worker's engine: the report's columns over the batches it is given.
-class Worker {
-public:
-    Worker(const std::vector<std::string>& header, const std::vector<Column>& columns, Language language)
-        : m_fieldCount(header.size()), m_records(header, columns, host::Options{language, 0, {}, nullptr}) {}
-
-    void Evaluate(Batch& batch) {
-        for (size_t r = 0; r < batch.count; ++r) {
-            const std::vector<std::string>& record = batch.records[r];
-            for (size_t i = 0; i < m_fieldCount; ++i) m_records.SetField(i, record[i]);
-            batch.results[r] = m_records.Evaluate();
-        }
-    }
-
-private:
-    size_t m_fieldCount;
-    host::RecordCalculator m_records;
-};
-
 std::string CellText(const Result& result) {
     return result.ok ? result.value.text : "#ERROR " + std::to_string(result.error.id) + ": " + result.error.message;
 }
 
+// A report's rows in one of its forms.  Format runs on the worker threads
+// and only reads the output's state; Header, Write and Finish run on the
+// main thread, Write with each batch's text in input order.
 class Output {
 public:
     virtual ~Output() = default;
     virtual void Header(const std::vector<std::string>& names) = 0;
-    virtual void Row(const std::vector<std::string>& fields, const std::vector<Result>& results) = 0;
+    // Appends a record's row to `out`.
+    virtual void Format(const std::vector<std::string>& fields, const std::vector<Result>& results,
+                        std::string& out) const = 0;
+    virtual void Write(const std::string& text) { std::fwrite(text.data(), 1, text.size(), stdout); }
     virtual void Finish() {}
 };
 
 class CsvOutput final : public Output {
 public:
     void Header(const std::vector<std::string>& names) override {
-        m_line.clear();
-        for (const std::string& name : names) Cell(name);
-        Flush();
+        std::string line;
+        Format(names, {}, line);
+        Write(line);
     }
-    void Row(const std::vector<std::string>& fields, const std::vector<Result>& results) override {
-        m_line.clear();
-        for (const std::string& field : fields) Cell(field);
-        for (const Result& result : results) Cell(result.ok ? result.value.text : CellText(result));
-        Flush();
-    }
-
-private:
-    void Cell(const std::string& text) {
-        if (!m_line.empty()) m_line += ',';
-        if (text.find_first_of(",\"\r\n") == std::string::npos) {
-            m_line += text;
-            return;
+    void Format(const std::vector<std::string>& fields, const std::vector<Result>& results,
+                std::string& out) const override {
+        for (size_t i = 0; i < fields.size(); ++i) {
+            if (i) out += ',';
+            AppendCsvCell(fields[i], out);
         }
-        m_line += '"';
-        for (char c : text) {
-            if (c == '"') m_line += '"';
-            m_line += c;
+        for (size_t k = 0; k < results.size(); ++k) {
+            if (k || !fields.empty()) out += ',';
+            if (results[k].ok)
+                AppendCsvCell(results[k].value.text, out);
+            else
+                AppendCsvCell(CellText(results[k]), out);
         }
-        m_line += '"';
+        out += '\n';
     }
-    void Flush() {
-        m_line += '\n';
-        std::fwrite(m_line.data(), 1, m_line.size(), stdout);
-    }
-    std::string m_line;
 };
 
 class JsonOutput final : public Output {
 public:
     void Header(const std::vector<std::string>& names) override { m_names = names; }
-    void Row(const std::vector<std::string>& fields, const std::vector<Result>& results) override {
-        m_line.assign("{");
+    void Format(const std::vector<std::string>& fields, const std::vector<Result>& results,
+                std::string& out) const override {
+        out += '{';
         size_t k = 0;
-        for (const std::string& field : fields) Key(m_names[k++]), AppendJson(field, m_line);
+        for (const std::string& field : fields) Key(k++, out), AppendJson(field, out);
         for (const Result& result : results) {
-            Key(m_names[k++]);
+            Key(k++, out);
             if (result.ok) {
-                AppendJson(result.value.text, m_line);
+                AppendJson(result.value.text, out);
             } else {
-                m_line += "{\"error\": {\"id\": " + std::to_string(result.error.id) + ", \"message\": ";
-                AppendJson(result.error.message, m_line);
-                m_line += "}}";
+                out += "{\"error\": {\"id\": " + std::to_string(result.error.id) + ", \"message\": ";
+                AppendJson(result.error.message, out);
+                out += "}}";
             }
         }
-        m_line += "}\n";
-        std::fwrite(m_line.data(), 1, m_line.size(), stdout);
+        out += "}\n";
     }
 
 private:
-    void Key(const std::string& name) {
-        if (m_line.size() > 1) m_line += ", ";
-        AppendJson(name, m_line);
-        m_line += ": ";
+    void Key(size_t k, std::string& out) const {
+        if (k) out += ", ";
+        AppendJson(m_names[k], out);
+        out += ": ";
     }
     std::vector<std::string> m_names;
-    std::string m_line;
 };
 
 // An aligned table for a terminal.  The first records decide the widths;
 // a later, wider cell widens its line only, so memory stays bounded.
 class TableOutput final : public Output {
 public:
-    void Header(const std::vector<std::string>& names) override { m_rows.push_back(names); }
-    void Row(const std::vector<std::string>& fields, const std::vector<Result>& results) override {
-        std::vector<std::string> row(fields);
-        for (const Result& result : results) row.push_back(CellText(result));
-        for (std::string& cell : row) Flatten(cell);
-        if (m_widths.empty()) {
-            m_rows.push_back(std::move(row));
-            if (m_rows.size() > kTableSample) PrintSample();
-        } else {
-            Print(row);
+    void Header(const std::vector<std::string>& names) override {
+        m_rows.push_back(names);
+        m_cells = names.size();
+    }
+    // Every cell ends with a line break, which no cell holds once flattened,
+    // so Write can cut a batch's text back into rows of cells.
+    void Format(const std::vector<std::string>& fields, const std::vector<Result>& results,
+                std::string& out) const override {
+        for (const std::string& field : fields) AppendFlat(field, out);
+        for (const Result& result : results) AppendFlat(CellText(result), out);
+    }
+    void Write(const std::string& text) override {
+        std::vector<std::string> row;
+        for (size_t at = 0; at < text.size();) {
+            const size_t end = text.find('\n', at);
+            row.emplace_back(text, at, end - at);
+            at = end + 1;
+            if (row.size() == m_cells) Row(std::move(row)), row.clear();
         }
     }
     void Finish() override {
@@ -229,8 +217,22 @@ public:
 
 private:
     // Line breaks inside a cell would break the table.
-    static void Flatten(std::string& cell) {
-        for (size_t at = 0; (at = cell.find_first_of("\r\n", at)) != std::string::npos;) cell.replace(at, 1, "\xE2\x86\xB5");
+    static void AppendFlat(const std::string& cell, std::string& out) {
+        for (char c : cell) {
+            if (c == '\r' || c == '\n')
+                out += "\xE2\x86\xB5";
+            else
+                out += c;
+        }
+        out += '\n';
+    }
+    void Row(std::vector<std::string> row) {
+        if (m_widths.empty()) {
+            m_rows.push_back(std::move(row));
+            if (m_rows.size() > kTableSample) PrintSample();
+        } else {
+            Print(row);
+        }
     }
     void PrintSample() {
         m_widths.assign(m_rows[0].size(), 0);
@@ -256,6 +258,42 @@ private:
     }
     std::vector<std::vector<std::string>> m_rows;
     std::vector<int> m_widths;
+    size_t m_cells = 0;
+};
+
+// One worker's engine: the report's columns over the batches it is given,
+// each record's row formatted as soon as it is calculated.
+class Worker {
+public:
+    Worker(const std::vector<std::string>& header, const std::vector<Column>& columns, const Output& output,
+           Language language)
+        : m_fieldCount(header.size()),
+          m_records(header, columns, host::Options{language, 0, {}, nullptr}),
+          m_output(output) {}
+
+    void Evaluate(Batch& batch) {
+        batch.text.clear();
+        batch.failures.assign(batch.failures.size(), {});
+        for (size_t r = 0; r < batch.count; ++r) {
+            const std::vector<std::string>& record = batch.records[r];
+            for (size_t i = 0; i < m_fieldCount; ++i) m_records.SetField(i, record[i]);
+            const std::vector<Result>& results = m_records.Evaluate();
+            m_output.Format(record, results, batch.text);
+            for (size_t k = 0; k < results.size(); ++k) {
+                if (results[k].ok) continue;
+                Failure& failure = batch.failures[k];
+                if (failure.count++ == 0) {
+                    failure.firstLine = batch.lines[r];
+                    failure.firstMessage = results[k].error.message;
+                }
+            }
+        }
+    }
+
+private:
+    size_t m_fieldCount;
+    host::RecordCalculator m_records;
+    const Output& m_output;
 };
 
 // A progress bar on stderr once a run on a terminal passes a second.
@@ -288,8 +326,9 @@ private:
 // Evaluates batches on worker threads; the caller gets them back in order.
 class Pool {
 public:
-    Pool(int jobs, const std::vector<std::string>& header, const std::vector<Column>& columns, Language language) {
-        for (int i = 0; i < jobs; ++i) m_workers.push_back(std::make_unique<Worker>(header, columns, language));
+    Pool(int jobs, const std::vector<std::string>& header, const std::vector<Column>& columns, const Output& output,
+         Language language) {
+        for (int i = 0; i < jobs; ++i) m_workers.push_back(std::make_unique<Worker>(header, columns, output, language));
         if (jobs > 1)
             for (int i = 0; i < jobs; ++i) m_threads.emplace_back([this, i] { Serve(*m_workers[static_cast<size_t>(i)]); });
     }
@@ -386,7 +425,7 @@ int RunReport(const ReportArgs& args, Language language) {
 
     struct stat info {};
     Progress progress(fstat(fileno(data.get()), &info) == 0 && S_ISREG(info.st_mode) ? info.st_size : 0);
-    Pool pool(args.jobs, header, columns, language);
+    Pool pool(args.jobs, header, columns, *output, language);
     // Enough batches in flight to keep every job busy while one is written.
     const size_t inFlight = static_cast<size_t>(args.jobs) * 2 + 1;
     std::vector<std::unique_ptr<Batch>> batches;
@@ -399,18 +438,27 @@ int RunReport(const ReportArgs& args, Language language) {
         Batch& batch = *pending.front();
         pending.pop_front();
         pool.Wait(batch);
-        for (size_t r = 0; r < batch.count; ++r) {
-            output->Row(batch.records[r], batch.results[r]);
-            for (size_t k = 0; k < columns.size(); ++k) {
-                const Result& result = batch.results[r][k];
-                if (result.ok) continue;
-                ++failed;
-                if (failures[k].count++ == 0) failures[k] = {1, batch.lines[r], result.error.message};
-            }
+        output->Write(batch.text);
+        for (size_t k = 0; k < columns.size(); ++k) {
+            const Failure& more = batch.failures[k];
+            if (more.count && failures[k].count == 0) failures[k] = more;
+            else failures[k].count += more.count;
+            failed += more.count;
         }
         records += static_cast<long>(batch.count);
         progress.Update(reader.consumed(), records);
         return &batch;
+    };
+
+    // A record that stops the run has its line named; 0 for a good one.
+    auto reject = [&](CsvReader::Status got, const std::vector<std::string>& record) {
+        const bool utf8 = reader.ascii() || std::all_of(record.begin(), record.end(), [](const std::string& f) { return host::IsValidUtf8(f); });
+        if (got == CsvReader::Status::Record && record.size() == header.size() && utf8) return 0;
+        const std::string line = std::to_string(reader.line());
+        if (got == CsvReader::Status::OpenQuote) return say(kMsgOpenQuote, {args.data, line});
+        if (record.size() != header.size())
+            return say(kMsgRaggedRecord, {args.data, line, std::to_string(record.size()), std::to_string(header.size())});
+        return say(kMsgCsvNotUtf8, {args.data, line});
     };
 
     bool more = true;
@@ -419,6 +467,7 @@ int RunReport(const ReportArgs& args, Language language) {
         if (batches.size() < inFlight) {
             batches.push_back(std::make_unique<Batch>());
             batch = batches.back().get();
+            batch->failures.resize(columns.size());
         } else {
             batch = writeOldest();
         }
@@ -426,7 +475,6 @@ int RunReport(const ReportArgs& args, Language language) {
         while (batch->count < kBatchRecords) {
             if (batch->records.size() <= batch->count) {
                 batch->records.emplace_back();
-                batch->results.emplace_back();
                 batch->lines.push_back(0);
             }
             std::vector<std::string>& record = batch->records[batch->count];
@@ -435,14 +483,7 @@ int RunReport(const ReportArgs& args, Language language) {
                 more = false;
                 break;
             }
-            const std::string line = std::to_string(reader.line());
-            if (got == CsvReader::Status::OpenQuote) {
-                status = say(kMsgOpenQuote, {args.data, line});
-            } else if (record.size() != header.size()) {
-                status = say(kMsgRaggedRecord, {args.data, line, std::to_string(record.size()), std::to_string(header.size())});
-            } else if (!std::all_of(record.begin(), record.end(), [](const std::string& f) { return host::IsValidUtf8(f); })) {
-                status = say(kMsgCsvNotUtf8, {args.data, line});
-            }
+            status = reject(got, record);
             if (status) {
                 more = false;
                 break;
