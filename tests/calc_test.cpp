@@ -84,6 +84,29 @@ TEST(Calculator, BuiltInsThroughFormulas) {
     });
 }
 
+// A number answer keeps its text as numbers are written (trailing fraction
+// zeros and a lone point dropped, "-0" made "0", leading zeros kept); one
+// with grouping commas or more than 18 characters before the point is a text.
+TEST(Calculator, NumberAnswersAreReadAsLiterals) {
+    TestProvider provider;
+    const struct {
+        const char* answer;
+        const char* value;
+    } cases[] = {
+        {"12.50", "12.5"},   {"-0", "0"},          {"0012", "0012"},   {"12.", "12"},
+        {"-12.5", "-12.5"},  {"0.10", "0.1"},      {"007.5", "007.5"}, {"1,234", "'1,234'"},
+        {"123456789012345678", "123456789012345678"},     {"1234567890123456789", "'1234567890123456789'"},
+        {"-123456789012345678", "'-123456789012345678'"}, {"123456789012345678.5", "123456789012345678.5"},
+    };
+    for (const auto& c : cases) {
+        TestHost host;
+        host.names = {{"n", c.answer}};
+        const Outcome o = host.Run("n");
+        EXPECT_EQ(o.code, CALC_DONE) << c.answer << " " << o.errorText;
+        EXPECT_EQ(o.value, c.value) << c.answer;
+    }
+}
+
 TEST(Calculator, NamesAnsweredWithFormulasAreConvertedInPlace) {
     // The answer's text takes the name's place in the formula text: b+1 for
     // f1 makes f1*2 read as b+1*2.

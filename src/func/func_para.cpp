@@ -27,7 +27,7 @@ namespace {
 // an exponent is rewritten: the zeros of 1.50e10 belong to the exponent.
 int NormaliseNumber(CString& text) {
     // A text already in number form stays as it is; only its length counts.
-    if (qorcalc::util::IsInResetForm(text.Str()) && text != u"-0") return CUtilityCalc::ResetDoubleString(text);
+    if (const int fits = qorcalc::util::MeasureNumberForm(text.Str()); fits >= 0) return fits;
     if (!CUtilityCalc::IsConvertAbleNumberString(text, 1)) return 0;
     const int exponent = text.FindOneOf(u"eE");
     CString mantissa = exponent < 0 ? text : text.Left(exponent);

@@ -5,8 +5,10 @@
 
 namespace qorcalc::util {
 
-// Digits with an optional minus and a fraction that does not end in "0":
-// a text that resetting to number form leaves as it is ("-0" aside).
-bool IsInResetForm(std::u16string_view text);
+// For a text already in number form (digits with an optional leading minus
+// and a fraction that does not end in "0"; "-0" is not), which resetting
+// leaves as it is: 1 when its integer part is short enough for a number to
+// keep, 0 when it is too long.  -1 for any other text.
+int MeasureNumberForm(std::u16string_view text);
 
 }  // namespace qorcalc::util

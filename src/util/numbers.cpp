@@ -305,25 +305,23 @@ void CUtilityCalc::RoundStr(CString& number, int decimals) {
 
 namespace qorcalc::util {
 
-bool IsInResetForm(std::u16string_view s) {
+int MeasureNumberForm(std::u16string_view s) {
     size_t i = !s.empty() && s[0] == u'-' ? 1 : 0;
     const size_t digits = i;
     while (i < s.size() && IsAsciiDigit(s[i])) ++i;
-    if (i == digits) return false;
-    if (i == s.size()) return true;
-    if (s[i] != u'.' || s.back() == u'0' || i + 1 == s.size()) return false;
+    if (i == digits || s == u"-0") return -1;
+    const int fits = i <= static_cast<size_t>(kMaxIntegerChars) ? 1 : 0;
+    if (i == s.size()) return fits;
+    if (s[i] != u'.' || s.back() == u'0' || i + 1 == s.size()) return -1;
     for (++i; i < s.size(); ++i)
-        if (!IsAsciiDigit(s[i])) return false;
-    return true;
+        if (!IsAsciiDigit(s[i])) return -1;
+    return fits;
 }
 
 }  // namespace qorcalc::util
 
 int CUtilityCalc::ResetDoubleString(CString& number) {
-    if (qorcalc::util::IsInResetForm(number.Str()) && number != u"-0") {
-        const int point = number.Find(u'.');
-        return (point < 0 ? number.GetLength() : point) <= kMaxIntegerChars;
-    }
+    if (const int fits = qorcalc::util::MeasureNumberForm(number.Str()); fits >= 0) return fits;
     number.Trim();
     number.TrimRight(u'.');
     DropFractionZeros(number.Str());
