@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <map>
 #include <string>
 
 #include "calc/calculator.h"
@@ -27,11 +28,12 @@ struct ValueCase {
     const char* value;
 };
 
-void ExpectValues(const std::vector<ValueCase>& cases) {
+void ExpectValues(const std::vector<ValueCase>& cases, const std::map<std::string, std::string>& moreNames = {}) {
     TestProvider provider;
     for (const auto& c : cases) {
         TestHost host;
         AddNames(host);
+        host.names.insert(moreNames.begin(), moreNames.end());
         const Outcome o = host.Run(c.formula);
         EXPECT_EQ(o.code, CALC_DONE) << c.formula << " " << o.errorText;
         EXPECT_EQ(o.value, c.value) << c.formula;
@@ -62,6 +64,14 @@ TEST(Calculator, ComparisonsAndLogic) {
         {"a>1 and b>1", "1"},     {"a>5 OR b>5", "0"},    {"if(x>3 && y<2, 1, 0)", "1"},
         {"1+1=2", "1"},           {"'abc'<'abd'", "1"},   {"s='abc'", "1"},
     });
+}
+
+// "and", "or" and "not" are operators in any case of their letters; a word
+// that only begins like one, or has a letter beyond ASCII, is a name.
+TEST(Calculator, OperatorWordsInAnyCase) {
+    ExpectValues({{"1 AND 0", "0"}, {"0 Or 1", "1"}, {"nOt(2>3)", "1"}, {"1 aNd 1 oR 0", "1"},
+                  {"an + ord", "5"}, {"andy * 2", "10"}, {"n\xC3\xB6t + 1", "5"}},
+                 {{"an", "2"}, {"ord", "3"}, {"andy", "5"}, {"n\xC3\xB6t", "4"}});
 }
 
 TEST(Calculator, TextAndMixedValues) {

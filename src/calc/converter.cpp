@@ -4,7 +4,9 @@
 #include <qorcalc/utility.h>
 #include <qorcalc/vek.h>
 
+#include <algorithm>
 #include <memory>
+#include <string_view>
 
 #include "support/text.h"
 
@@ -46,13 +48,26 @@ bool CountNode(ConvertError& error, int position) {
 }
 
 bool InQuotes(const ConvertSource& src, int pos) {
-    return CVek::ArrayFindBetween(src.quoteStarts, src.quoteEnds, static_cast<uint32_t>(pos)) != -1;
+    return src.quoteStarts.GetSize() > 0 &&
+           CVek::ArrayFindBetween(src.quoteStarts, src.quoteEnds, static_cast<uint32_t>(pos)) != -1;
+}
+
+// `text` equals the lower-case ASCII `word`, ASCII letters of either case.
+bool EqualsAsciiNoCase(const std::u16string& text, std::u16string_view word) {
+    return text.size() == word.size() && std::equal(text.begin(), text.end(), word.begin(), [](char16_t a, char16_t b) {
+               return (a >= u'A' && a <= u'Z' ? static_cast<char16_t>(a - u'A' + u'a') : a) == b;
+           });
 }
 
 bool IsOperatorWord(const CString& text) {
     if (text.GetLength() > 3) return false;  // most words: no comparison at all
-    return text.CompareNoCase(u"and") == 0 || text.CompareNoCase(u"or") == 0 ||
-           text.CompareNoCase(u"not") == 0 || text == u"&&" || text == u"||" || text == u"!";
+    if (text == u"&&" || text == u"||" || text == u"!") return true;
+    // An ASCII word is compared at once; any other is folded as the locale
+    // folds it, as a word always was.
+    const std::u16string& s = text.Str();
+    if (std::all_of(s.begin(), s.end(), [](char16_t c) { return c < 0x80; }))
+        return EqualsAsciiNoCase(s, u"and") || EqualsAsciiNoCase(s, u"or") || EqualsAsciiNoCase(s, u"not");
+    return text.CompareNoCase(u"and") == 0 || text.CompareNoCase(u"or") == 0 || text.CompareNoCase(u"not") == 0;
 }
 
 // Scans one token from `pos`; `pos` comes back on the first character not
@@ -138,7 +153,7 @@ int MakeNode(const Token& tok, CCalcNode& node, ConvertError& error) {
         }
         if (!CUtilityCalc::IsValidFuncName(tok.text, chinese, badPos))
             return FailName(tok, kMsgBadFunctionName, badPos, error);
-        node.SetText(tok.text);
+        node.AssignText(tok.text);  // a word holds no quote: every quote opens a quoted stretch
         node.SetKind(NodeFunction);
     } else if (tok.kind == TokQuoted) {
         node.SetText(tok.text);
@@ -148,7 +163,7 @@ int MakeNode(const Token& tok, CCalcNode& node, ConvertError& error) {
     } else {
         if (!CUtilityCalc::IsValidVarName(tok.text, chinese, 1, 1, badPos))
             return FailName(tok, kMsgBadName, badPos, error);
-        node.SetText(tok.text);
+        node.AssignText(tok.text);
         node.SetKind(NodeName);
     }
     return 1;
