@@ -208,7 +208,10 @@ public:
             const size_t end = text.find('\n', at);
             row.emplace_back(text, at, end - at);
             at = end + 1;
-            if (row.size() == m_cells) Row(std::move(row)), row.clear();
+            if (row.size() == m_cells) {
+                Row(std::move(row));
+                row.clear();
+            }
         }
     }
     void Finish() override {
