@@ -131,6 +131,7 @@ TEST(Calculator, IfNeverAsksForThePrunedBranch) {
         {"if('t', zz, b)", "3", "zz"},  // a text condition is false
         {"if(a>1, b, if(zz, zz, zz))", "3", "zz"},
         {"if(a<1, if(zz, zz, zz), c)", "4", "zz"},
+        {"If(1, a, zz)", "2", "zz"},    {"iF(0, zz, b)", "3", "zz"},
     };
     for (const auto& c : cases) {
         TestHost host;

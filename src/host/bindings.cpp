@@ -43,7 +43,8 @@ int Bindings::Impl::Lookup(std::u16string_view name, Bindings& owner) {
 void Bindings::Impl::Set(int slot, Answer answer, std::string_view text) {
     Slot& s = slots.at(static_cast<size_t>(slot));
     s.answer = answer;
-    s.text.assign(text);
+    if (text.empty()) s.text.clear();  // unsetting, once per column and record
+    else s.text.assign(text);
     s.stale = true;
     s.names.clear();
 }
