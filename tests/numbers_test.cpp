@@ -27,9 +27,14 @@ TEST(Str2Double, ScanRules) {
         {nullptr, 0},       {u"\t5", 0},        {u"1e", 1},           {u"e5", 0},         {u"-", 0},
         {u"1e999", kInf},   {u"-1e999", -kInf}, {u"1e-999", 0},       {u"１２", 0},
         {u"∞", 0},          {u"-∞", 0},         {u"inf", 0},          {u"nan", 0},  // no infinity is read
+        // Plain decimals up to 15 digits and just past: each the nearest double.
+        {u"0.1", 0.1},      {u"-12.345", -12.345}, {u"5.", 5},        {u".", 0},          {u"999999999999999", 999999999999999.0},
+        {u"0.30000000000000004", 0.30000000000000004}, {u"9007199254740993", 9007199254740992.0},
+        {u"123456789.123456789", 123456789.123456789}, {u"0.000000000000001", 1e-15},
     };
     for (const auto& c : cases) EXPECT_EQ(C::Str2Double(c.text), c.want) << U8(c.text);
     EXPECT_TRUE(std::signbit(C::Str2Double(u"-1e-999")));
+    EXPECT_TRUE(std::signbit(C::Str2Double(u"-0")));
     // At most 63 characters are read; group separators take no room.
     EXPECT_DOUBLE_EQ(C::Str2Double(Repeat(u"1234567890", 7)), 1.234567890123456789e62);
     EXPECT_DOUBLE_EQ(C::Str2Double(Repeat(u"1,", 100)), 1.1111111111111111e62);

@@ -78,8 +78,36 @@ CString IntegerText(Int value) {
 // there is none.  Out of range only happens through the exponent (63
 // characters of mantissa stay far inside a double), so its sign tells an
 // underflow (zero) from an overflow (infinity), as the C library gives them.
+// A plain decimal of at most 15 digits ("-12.345", "7", "0.5"): its digits
+// make a whole number below 2^53 and its decimals a power of ten up to 10^15,
+// both exact in a double, so the one rounding of the division is the
+// correct rounding of the decimal, which is what reading it gives.
+bool ReadShortDecimal(const char* first, const char* last, double& value) {
+    static constexpr double kPowersOfTen[] = {1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                                              1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
+    const bool negative = first < last && *first == '-';
+    uint64_t digits = 0;
+    int count = 0, decimals = -1;
+    for (const char* p = first + (negative ? 1 : 0); p < last; ++p) {
+        if (*p == '.' && decimals < 0) {
+            decimals = 0;
+        } else if (*p >= '0' && *p <= '9' && count < 15) {
+            digits = digits * 10 + static_cast<uint64_t>(*p - '0');
+            ++count;
+            if (decimals >= 0) ++decimals;
+        } else {
+            return false;
+        }
+    }
+    if (count == 0) return false;
+    value = static_cast<double>(digits) / kPowersOfTen[decimals > 0 ? decimals : 0];
+    if (negative) value = -value;
+    return true;
+}
+
 double ParseScanned(const char* first, const char* last) {
     double value = 0.0;
+    if (ReadShortDecimal(first, last, value)) return value;
     const auto [end, ec] = std::from_chars(first, last, value);
     if (ec == std::errc::result_out_of_range) {
         const char* e = std::find_if(first, end, [](char c) { return c == 'e' || c == 'E'; });
