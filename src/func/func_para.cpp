@@ -16,7 +16,7 @@ int CFuncPara::SetResult(double d) {
     }, m_strResult);
 }
 
-void CFuncPara::SetResult(int n) { m_strResult.Format(u"%d", n); }
+void CFuncPara::SetResult(int n) { CUtilityCalc::Int64Str(m_strResult, n); }
 
 namespace {
 
