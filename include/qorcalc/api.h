@@ -101,11 +101,13 @@ struct LimitExceeded {
 // toolbox routine called inside an operation lets its exception pass on to
 // the operation's guard: the operation is abandoned as a whole instead of
 // carrying on with one routine's failure value.
-bool InsideGuard() noexcept;
+// Every toolbox routine asks, so the count is read inline.
+extern constinit thread_local int t_guardDepth;
+inline bool InsideGuard() noexcept { return t_guardDepth > 0; }
 class GuardDepth {
 public:
-    GuardDepth() noexcept;
-    ~GuardDepth();
+    GuardDepth() noexcept { ++t_guardDepth; }
+    ~GuardDepth() { --t_guardDepth; }
     GuardDepth(const GuardDepth&) = delete;
     GuardDepth& operator=(const GuardDepth&) = delete;
 };

@@ -6,7 +6,7 @@
 namespace qorcalc::detail {
 
 // Set while a failure reported since the last TakeEngineFailure is kept.
-extern thread_local bool t_engineFailed;
+extern constinit thread_local bool t_engineFailed;
 
 inline bool EngineFailurePending() noexcept { return t_engineFailed; }
 

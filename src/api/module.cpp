@@ -83,7 +83,8 @@ void TranslateText(CString& text) {
 
 // Whether t_engineFailure holds one: a plain flag, read without the
 // initialisation check every access to the record itself goes through.
-thread_local bool t_engineFailed = false;
+constinit thread_local bool t_engineFailed = false;
+constinit thread_local int t_guardDepth = 0;
 
 namespace {
 
@@ -93,7 +94,6 @@ struct EngineFailure {
 };
 
 thread_local EngineFailure t_engineFailure;
-thread_local int t_guardDepth = 0;
 
 CString Quoted(const CString& text) {
     if (text.GetLength() <= CALC_MAX_QUOTED_LENGTH) return text;
@@ -123,9 +123,6 @@ CString ReportMessage(uint32_t id, const CString& argument) {
     return text;
 }
 
-bool InsideGuard() noexcept { return t_guardDepth > 0; }
-GuardDepth::GuardDepth() noexcept { ++t_guardDepth; }
-GuardDepth::~GuardDepth() { --t_guardDepth; }
 
 void ReportCurrentException(const char16_t* where) noexcept {
     const GuardDepth depth;  // reporting's own failures come back here
