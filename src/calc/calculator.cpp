@@ -14,7 +14,6 @@
 #include "expr/evaluate.h"
 #include "expr/tree.h"
 #include "support/thread_spare.h"
-#include "util/number_form.h"
 
 ICalc::~ICalc() = default;
 
@@ -194,15 +193,9 @@ int CCalc::AnswerTerm(CCalcNode* root, CCalcNode* term, CString& value, bool tex
     bool reconvert = false;
     // Unquoting a text marked by its quotes would remove them and then the
     // pairs it was written with: the same as unquoting the text alone.
-    int numberForm = -1;
     if (CUtilityCalc::Dettach_Quotes(value, nullptr) || text || value.IsEmpty()) {
         term->TakeText(value);
         term->SetKind(NodeString);
-    } else if ((numberForm = util::MeasureNumberForm(value.Str())) >= 0) {
-        // A number written as numbers are: a literal with nothing to
-        // normalise, a number unless its integer part is too long.
-        term->TakeText(value);
-        term->SetKind(numberForm ? NodeNumber : NodeString);
     } else if (CUtilityCalc::IsPureNumber(value, 1)) {
         term->TakeLiteral(value);  // no quotes: unquoting just found none
     } else {

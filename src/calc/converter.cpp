@@ -4,9 +4,7 @@
 #include <qorcalc/utility.h>
 #include <qorcalc/vek.h>
 
-#include <algorithm>
 #include <memory>
-#include <string_view>
 
 #include "support/text.h"
 
@@ -52,22 +50,10 @@ bool InQuotes(const ConvertSource& src, int pos) {
            CVek::ArrayFindBetween(src.quoteStarts, src.quoteEnds, static_cast<uint32_t>(pos)) != -1;
 }
 
-// `text` equals the lower-case ASCII `word`, ASCII letters of either case.
-bool EqualsAsciiNoCase(const std::u16string& text, std::u16string_view word) {
-    return text.size() == word.size() && std::equal(text.begin(), text.end(), word.begin(), [](char16_t a, char16_t b) {
-               return (a >= u'A' && a <= u'Z' ? static_cast<char16_t>(a - u'A' + u'a') : a) == b;
-           });
-}
-
 bool IsOperatorWord(const CString& text) {
     if (text.GetLength() > 3) return false;  // most words: no comparison at all
-    if (text == u"&&" || text == u"||" || text == u"!") return true;
-    // An ASCII word is compared at once; any other is folded as the locale
-    // folds it, as a word always was.
-    const std::u16string& s = text.Str();
-    if (std::all_of(s.begin(), s.end(), [](char16_t c) { return c < 0x80; }))
-        return EqualsAsciiNoCase(s, u"and") || EqualsAsciiNoCase(s, u"or") || EqualsAsciiNoCase(s, u"not");
-    return text.CompareNoCase(u"and") == 0 || text.CompareNoCase(u"or") == 0 || text.CompareNoCase(u"not") == 0;
+    return text.CompareNoCase(u"and") == 0 || text.CompareNoCase(u"or") == 0 ||
+           text.CompareNoCase(u"not") == 0 || text == u"&&" || text == u"||" || text == u"!";
 }
 
 // Scans one token from `pos`; `pos` comes back on the first character not

@@ -21,13 +21,7 @@ CCalcNode* FirstChild(CCalcNode* node) {
 }
 
 bool IsIfCall(CCalcNode* node) {
-    if (KindOf(node) != NodeFunction) return false;
-    // Two ASCII letters are compared at once; any other name of two
-    // characters is folded as the locale folds it.
-    const std::u16string& name = node->RawText().Str();
-    if (name.size() != 2) return false;
-    if (name[0] < 0x80 && name[1] < 0x80) return (name[0] | 0x20) == u'i' && (name[1] | 0x20) == u'f';
-    return node->RawText().CompareNoCase(u"IF") == 0;
+    return KindOf(node) == NodeFunction && node->RawText().CompareNoCase(u"IF") == 0;
 }
 
 bool IsLiteral(CCalcNode* node) {

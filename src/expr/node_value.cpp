@@ -6,6 +6,7 @@
 #include <qorcalc/utility.h>
 
 #include "support/thread_spare.h"
+#include "util/number_form.h"
 
 using qorcalc::detail::Shielded;
 using qorcalc::detail::ShieldedInto;
@@ -144,8 +145,13 @@ void CCalcNode::TakeLiteral(CString& text) {
 }
 
 // An unquoted literal is a number when it reads as one within the integer
-// digits a number keeps; its text is put in number form either way.
+// digits a number keeps; its text is put in number form either way.  A text
+// already in number form, as nearly every literal is, is only measured.
 void CCalcNode::ReadLiteral() {
+    if (const int fits = qorcalc::util::MeasureNumberForm(m_text.Str()); fits >= 0) {
+        if (fits) m_kind = NodeNumber;
+        return;
+    }
     if (!m_text.IsEmpty() && CUtilityCalc::IsPureNumber(m_text, 0)) {
         if (CUtilityCalc::ResetDoubleString(m_text) > 0) m_kind = NodeNumber;
     }

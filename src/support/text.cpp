@@ -71,7 +71,11 @@ char16_t towlower16(char16_t c) {
     return l <= 0xFFFF ? static_cast<char16_t>(l) : c;
 }
 
-bool iswalpha16(char16_t c) { return std::iswalpha(static_cast<wint_t>(c)) != 0; }
+// ASCII letters are letters in every locale, and nothing else below 0x80 is.
+bool iswalpha16(char16_t c) {
+    if (c < 0x80) return AsciiLower(c) >= u'a' && AsciiLower(c) <= u'z';
+    return std::iswalpha(static_cast<wint_t>(c)) != 0;
+}
 
 int wcscmp16(const char16_t* a, const char16_t* b) {
     if (!a) a = u"";
@@ -94,7 +98,10 @@ int CompareFolded(const char16_t* a, const char16_t* b, Fold fold) {
 
 }  // namespace
 
-int wcsicmp16(const char16_t* a, const char16_t* b) { return CompareFolded(a, b, towlower16); }
+// ASCII characters, nearly all of every text compared, fold inline.
+int wcsicmp16(const char16_t* a, const char16_t* b) {
+    return CompareFolded(a, b, [](char16_t c) { return c < 0x80 ? AsciiLower(c) : towlower16(c); });
+}
 
 int wcsicmpAscii16(const char16_t* a, const char16_t* b) { return CompareFolded(a, b, AsciiLower); }
 

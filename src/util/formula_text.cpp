@@ -180,7 +180,7 @@ int CUtilityCalc::IsValidVarName(const char16_t* name, int allowWide, int allowD
     const int n = s.GetLength();
     for (int i = 0; i < n; ++i) {
         const char16_t c = s[i];
-        const bool ok = IsAsciiLetter(c) || qorcalc::support::iswalpha16(c) || (c == u':' && n > 1) ||
+        const bool ok = qorcalc::support::iswalpha16(c) || (c == u':' && n > 1) ||
                         (c == u'#' && i == 0 && allowHash && n > 1) || c == u'_' || c == u'@' ||
                         c == u'$' || (c == u'.' && allowDot && i > 0 && i < n - 1) ||
                         (allowWide && c >= kFirstWideChar);
