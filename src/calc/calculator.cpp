@@ -14,6 +14,7 @@
 #include "expr/evaluate.h"
 #include "expr/tree.h"
 #include "support/thread_spare.h"
+#include "util/number_form.h"
 
 ICalc::~ICalc() = default;
 
@@ -196,7 +197,9 @@ int CCalc::AnswerTerm(CCalcNode* root, CCalcNode* term, CString& value, bool tex
     if (CUtilityCalc::Dettach_Quotes(value, nullptr) || text || value.IsEmpty()) {
         term->TakeText(value);
         term->SetKind(NodeString);
-    } else if (CUtilityCalc::IsPureNumber(value, 1)) {
+    } else if (util::MeasureNumberForm(value.Str()) >= 0 || CUtilityCalc::IsPureNumber(value, 1)) {
+        // Most answers are numbers in number form already: measuring one is
+        // cheaper than the general test, which it implies.
         term->TakeLiteral(value);  // no quotes: unquoting just found none
     } else {
         // Anything else is a formula of the host's own, converted in place.

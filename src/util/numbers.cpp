@@ -154,6 +154,24 @@ int DecimalDigits(uint64_t value) {
     return digits;
 }
 
+// `a` (at most 15 integer digits) in fixed point with `precision` decimals.
+// The shortest text that reads back as `a` is much cheaper to find than the
+// digits of its exact binary value, and is the same text whenever it has no
+// more decimals than asked for: `a` lies within half a unit in the last
+// place of it, at most 0.12 * 10^(integer digits - 15), which is less than
+// half of the last decimal written, so rounding the exact value to
+// `precision` decimals lands on it too.  It then only needs its zeros.
+char* WriteFixed(char* first, char* last, double a, int precision) {
+    const auto shortest = std::to_chars(first, last, a, std::chars_format::fixed);
+    const char* point = std::find(first, shortest.ptr, '.');
+    const int decimals = point == shortest.ptr ? 0 : static_cast<int>(shortest.ptr - point - 1);
+    if (shortest.ec != std::errc() || decimals > precision)
+        return std::to_chars(first, last, a, std::chars_format::fixed, precision).ptr;
+    char* end = shortest.ptr;
+    if (precision > 0 && decimals == 0) *end++ = '.';
+    return std::fill_n(end, precision - decimals, '0');
+}
+
 }  // namespace
 
 double CUtilityCalc::Str2Double(const char16_t* text) {
@@ -256,8 +274,7 @@ void CUtilityCalc::Double2Str(CString& out, double value, int decimals) {
         } else {
             const int integerDigits = DecimalDigits(static_cast<uint64_t>(a));
             const int precision = std::clamp(kSignificantDigits - integerDigits, 0, kMaxWrittenDecimals);
-            const auto res = std::to_chars(buf, buf + sizeof buf, a, std::chars_format::fixed, precision);
-            AssignWidened(out, buf, res.ptr);
+            AssignWidened(out, buf, WriteFixed(buf, buf + sizeof buf, a, precision));
             // Asked for as it is, the text has at most 15 digits, fewer than
             // rounding keeps: only its fraction's trailing zeros go.
             if (decimals < 0) {
