@@ -252,6 +252,11 @@ private:
     // Frees a childless node no parent holds, or keeps it with the thread's
     // spares (null: none) for Make.
     QORCALC_LOCAL static void Free(CCalcNode* node, qorcalc::expr::CThreadSpares* spares);
+    // Free for a node already emptied for reuse.
+    QORCALC_LOCAL static void Keep(CCalcNode* node, qorcalc::expr::CThreadSpares* spares);
+    // Empties text and children storage, keeping what is small enough to
+    // serve the node's next use.
+    QORCALC_LOCAL void EmptyForReuse();
     QORCALC_LOCAL static CCalcNode* Make(qorcalc::expr::CThreadSpares* spares, CCalcNode* parent, uint8_t kind);
     QORCALC_LOCAL static void LetGo(CCalcNode* node, qorcalc::expr::CThreadSpares* spares);
     QORCALC_LOCAL void Reset(CCalcNode* parent, uint8_t kind);

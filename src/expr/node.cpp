@@ -93,19 +93,8 @@ void CCalcNode::Reset(CCalcNode* parent, uint8_t kind) {
 }
 
 void CCalcNode::Free(CCalcNode* node, qorcalc::expr::CThreadSpares* spares) {
-    using namespace qorcalc::expr;
-    // A host's own node class keeps its own behaviour: only plain nodes are reused.
-    // Kept only within the room reserved up front: letting go never allocates.
-    if (!spares || spares->nodes.size() >= spares->nodes.capacity() || typeid(*node) != typeid(CCalcNode)) {
-        delete node;
-        return;
-    }
-    node->m_pTree = nullptr;
-    node->m_pParent = nullptr;
-    if (!qorcalc::support::IsShortText(node->m_text)) node->m_text = CString();
-    node->m_text.Empty();
-    if (node->m_children.capacity() > kMaxKeptChildren) std::vector<CCalcNode*>().swap(node->m_children);
-    spares->nodes.push_back(node);
+    node->EmptyForReuse();
+    Keep(node, spares);
 }
 
 // Lets go of whole subtrees without recursion and without allocating, so

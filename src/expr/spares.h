@@ -15,9 +15,13 @@
 #pragma once
 
 #include <qorcalc/limits.h>
+#include <qorcalc/node.h>
 
 #include <cstddef>
+#include <typeinfo>
 #include <vector>
+
+#include "support/thread_spare.h"
 
 class CCalcNode;
 class CCalcTree;
@@ -42,3 +46,26 @@ struct CThreadSpares {
 CThreadSpares* ThreadSpares();
 
 }  // namespace qorcalc::expr
+
+// Inline: every node of every calculation passes through these twice, once
+// when its tree lets go of it and once when the tree is done.
+
+// A long text's storage is given back (assigning an empty string would
+// keep it); a short one's serves the node's next text.
+inline void CCalcNode::EmptyForReuse() {
+    if (qorcalc::support::IsShortText(m_text)) m_text.Empty();
+    else std::u16string().swap(m_text.Str());
+    if (m_children.capacity() > qorcalc::expr::kMaxKeptChildren) std::vector<CCalcNode*>().swap(m_children);
+}
+
+inline void CCalcNode::Keep(CCalcNode* node, qorcalc::expr::CThreadSpares* spares) {
+    // A host's own node class keeps its own behaviour: only plain nodes are reused.
+    // Kept only within the room reserved up front: letting go never allocates.
+    if (!spares || spares->nodes.size() >= spares->nodes.capacity() || typeid(*node) != typeid(CCalcNode)) {
+        delete node;
+        return;
+    }
+    node->m_pTree = nullptr;
+    node->m_pParent = nullptr;
+    spares->nodes.push_back(node);
+}

@@ -9,7 +9,7 @@ CCalcTree::~CCalcTree() { FreeDead(); }
 
 void CCalcTree::FreeDead() {
     qorcalc::expr::CThreadSpares* const spares = qorcalc::expr::ThreadSpares();
-    for (CCalcNode* node : m_dead) CCalcNode::Free(node, spares);
+    for (CCalcNode* node : m_dead) CCalcNode::Keep(node, spares);
     m_dead.clear();
 }
 
@@ -56,6 +56,12 @@ void CCalcTree::Reset(CCalcNode* root) {
 }
 
 void CCalcTree::Adopt(CCalcNode* node, CCalcTree* tree) {
+    // A lone node (the copy of a root, before its children) needs no walk.
+    if (node->m_children.empty()) {
+        node->m_pTree = tree;
+        if (tree) tree->CountNode();
+        return;
+    }
     qorcalc::support::CThreadSpare<std::vector<CCalcNode*>> pending;
     pending->push_back(node);
     while (!pending->empty()) {
@@ -73,7 +79,7 @@ bool CCalcTree::Accepts(CCalcNode* term) const {
 
 void CCalcTree::Retire(CCalcNode* node) {
     node->m_bDead = 1;
-    node->m_text = CString();
+    node->EmptyForReuse();
     // A small tree's nodes go back to the thread's spares with their
     // children storage; a tree too large for them all frees it now.
     if (m_nNodes > static_cast<size_t>(CALC_MAX_KEPT_NODES)) std::vector<CCalcNode*>().swap(node->m_children);

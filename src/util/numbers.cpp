@@ -18,6 +18,7 @@
 #include "util/number_form.h"
 
 #include <algorithm>
+#include <bit>
 #include <charconv>
 #include <climits>
 #include <cmath>
@@ -154,22 +155,36 @@ int DecimalDigits(uint64_t value) {
     return digits;
 }
 
-// `a` (at most 15 integer digits) in fixed point with `precision` decimals.
-// The shortest text that reads back as `a` is much cheaper to find than the
-// digits of its exact binary value, and is the same text whenever it has no
-// more decimals than asked for: `a` lies within half a unit in the last
-// place of it, at most 0.12 * 10^(integer digits - 15), which is less than
-// half of the last decimal written, so rounding the exact value to
-// `precision` decimals lands on it too.  It then only needs its zeros.
+// `a` (at most 15 integer digits, so that a * 10^precision stays within
+// 10^15) in fixed point with `precision` (at most 8) decimals, rounded half
+// to even as the exact value is: its binary digits times 10^precision, an
+// exact 128-bit product, divided by its power of two with the remainder
+// deciding the rounding.  Much cheaper than the general decimal writer.
 char* WriteFixed(char* first, char* last, double a, int precision) {
-    const auto shortest = std::to_chars(first, last, a, std::chars_format::fixed);
-    const char* point = std::find(first, shortest.ptr, '.');
-    const int decimals = point == shortest.ptr ? 0 : static_cast<int>(shortest.ptr - point - 1);
-    if (shortest.ec != std::errc() || decimals > precision)
-        return std::to_chars(first, last, a, std::chars_format::fixed, precision).ptr;
-    char* end = shortest.ptr;
-    if (precision > 0 && decimals == 0) *end++ = '.';
-    return std::fill_n(end, precision - decimals, '0');
+    static constexpr uint64_t kPowersOfTen[] = {1, 10, 100, 1000, 10000, 100000, 1000000, 10000000, 100000000};
+    static_assert(std::size(kPowersOfTen) == kMaxWrittenDecimals + 1);
+    // a = mantissa / 2^shift, read off its bits (the implicit leading one
+    // of a normal number added).
+    const uint64_t bits = std::bit_cast<uint64_t>(a);
+    const int biased = static_cast<int>(bits >> 52);
+    const uint64_t mantissa = (bits & ((uint64_t{1} << 52) - 1)) | (biased ? uint64_t{1} << 52 : 0);
+    const int shift = 1075 - std::max(biased, 1);
+    if (shift <= 0) return std::to_chars(first, last, a, std::chars_format::fixed, precision).ptr;
+    uint64_t scaled = 0;  // what is left of a below 2^-100 rounds to 0
+    if (shift < 100) {
+        using Wide = unsigned __int128;
+        const Wide product = static_cast<Wide>(mantissa) * kPowersOfTen[precision];
+        const Wide quotient = product >> shift;
+        const Wide rest = product - (quotient << shift);
+        const Wide half = static_cast<Wide>(1) << (shift - 1);
+        scaled = static_cast<uint64_t>(quotient) + (rest > half || (rest == half && (quotient & 1)) ? 1 : 0);
+    }
+    char* end = std::to_chars(first, last, scaled / kPowersOfTen[precision]).ptr;
+    if (precision == 0) return end;
+    *end++ = '.';
+    uint64_t decimals = scaled % kPowersOfTen[precision];
+    for (int i = precision - 1; i >= 0; --i, decimals /= 10) end[i] = static_cast<char>('0' + decimals % 10);
+    return end + precision;
 }
 
 }  // namespace
