@@ -57,6 +57,7 @@ private:
     };
     enum class Entered { Leaf, Found, Open };
     Entered Enter(CCalcNode* node, int& code);
+    void Open(CCalcNode* node);
     void NoteLeaf(CCalcNode* leaf);
 
     std::vector<Frame> m_open;

@@ -21,7 +21,8 @@ CCalcNode* FirstChild(CCalcNode* node) {
 }
 
 bool IsIfCall(CCalcNode* node) {
-    return KindOf(node) == NodeFunction && node->RawText().CompareNoCase(u"IF") == 0;
+    return KindOf(node) == NodeFunction && node->RawText().GetLength() == 2 &&
+           node->RawText().CompareNoCase(u"IF") == 0;
 }
 
 bool IsLiteral(CCalcNode* node) {
@@ -92,18 +93,24 @@ uint8_t LiteralBit(CCalcNode* node) {
 
 }  // namespace
 
-// Answers a leaf at once (a name needs the host), prunes an IF whose
-// condition is decided, or opens the node for its children.
-CStepWalk::Entered CStepWalk::Enter(CCalcNode* node, int& code) {
+// Answers a leaf at once (a name needs the host), or opens the node for its
+// children.  Most nodes entered are leaves, so this part is inline.
+inline CStepWalk::Entered CStepWalk::Enter(CCalcNode* node, int& code) {
+    if (!node->Children().empty()) {
+        Open(node);
+        return Entered::Open;
+    }
+    if (KindOf(node) != NodeName) return Entered::Leaf;
+    code = STEP_NAME;
+    return Entered::Found;
+}
+
+// Prunes an IF whose condition is decided, and takes the node's children
+// next.  Pruning leaves the call its arguments.
+void CStepWalk::Open(CCalcNode* node) {
     const bool isIf = IsIfCall(node);
     if (isIf) PruneIf(node);
-    if (node->Children().empty()) {
-        if (KindOf(node) != NodeName) return Entered::Leaf;
-        code = STEP_NAME;
-        return Entered::Found;
-    }
     m_open.push_back({node, 0, isIf});
-    return Entered::Open;
 }
 
 // A child that needs nothing more: its list learns its literal kind.
