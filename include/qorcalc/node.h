@@ -259,6 +259,8 @@ private:
     QORCALC_LOCAL void EmptyForReuse();
     QORCALC_LOCAL static CCalcNode* Make(qorcalc::expr::CThreadSpares* spares, CCalcNode* parent, uint8_t kind);
     QORCALC_LOCAL static void LetGo(CCalcNode* node, qorcalc::expr::CThreadSpares* spares);
+    // Discard with the thread's spares at hand.
+    QORCALC_LOCAL static void DiscardWith(CCalcNode* node, qorcalc::expr::CThreadSpares* spares);
     QORCALC_LOCAL void Reset(CCalcNode* parent, uint8_t kind);
 
     uint8_t m_kind;

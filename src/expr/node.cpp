@@ -102,8 +102,10 @@ void CCalcNode::Free(CCalcNode* node, qorcalc::expr::CThreadSpares* spares) {
 // threaded through their parent pointers, which a node let go of no longer
 // needs.  Each node's children are pushed before the node itself goes.
 void CCalcNode::Discard(CCalcNode* node) {
-    if (!node) return;
-    qorcalc::expr::CThreadSpares* const spares = qorcalc::expr::ThreadSpares();
+    if (node) DiscardWith(node, qorcalc::expr::ThreadSpares());
+}
+
+void CCalcNode::DiscardWith(CCalcNode* node, qorcalc::expr::CThreadSpares* spares) {
     node->m_pParent = nullptr;
     for (CCalcNode* stack = node; stack;) {
         CCalcNode* n = stack;
@@ -131,7 +133,8 @@ void CCalcNode::LetGo(CCalcNode* node, qorcalc::expr::CThreadSpares* spares) {
 // The array ends empty with its storage kept.
 void CCalcNode::DeleteChildren(std::vector<CCalcNode*>& children) {
     if (children.empty()) return;
-    for (CCalcNode* child : children) Discard(child);
+    qorcalc::expr::CThreadSpares* const spares = qorcalc::expr::ThreadSpares();
+    for (CCalcNode* child : children) DiscardWith(child, spares);
     children.clear();
 }
 

@@ -83,13 +83,14 @@ CString IntegerText(Int value) {
 // make a whole number below 2^53 and its decimals a power of ten up to 10^15,
 // both exact in a double, so the one rounding of the division is the
 // correct rounding of the decimal, which is what reading it gives.
-bool ReadShortDecimal(const char* first, const char* last, double& value) {
+template <class Char>
+bool ReadShortDecimal(const Char* first, const Char* last, double& value) {
     static constexpr double kPowersOfTen[] = {1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
                                               1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
     const bool negative = first < last && *first == '-';
     uint64_t digits = 0;
     int count = 0, decimals = -1;
-    for (const char* p = first + (negative ? 1 : 0); p < last; ++p) {
+    for (const Char* p = first + (negative ? 1 : 0); p < last; ++p) {
         if (*p == '.' && decimals < 0) {
             decimals = 0;
         } else if (*p >= '0' && *p <= '9' && count < 15) {
@@ -191,6 +192,10 @@ char* WriteFixed(char* first, char* last, double a, int precision) {
 
 double CUtilityCalc::Str2Double(const char16_t* text) {
     if (!text) return 0.0;
+    // Nearly every text read is such a decimal and nothing else, which the
+    // scan below would copy unchanged: it is read where it stands.
+    double value = 0.0;
+    if (ReadShortDecimal(text, text + std::char_traits<char16_t>::length(text), value)) return value;
     char buf[kScanLimit + 1];
     int w = 0;
     bool seenDot = false, seenMinus = false, seenExponent = false, seenPlus = false;
