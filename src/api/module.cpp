@@ -16,10 +16,17 @@ struct ModuleState {
     CString dateFormat{u"%Y.%m.%d"};
     CString dateTimeFormat{u"%Y.%m.%d %H:%M:%S"};
     ILggInterface* provider = nullptr;
+};
+
+// The switches are read at nearly every step of a calculation: plain
+// constant-initialised values, not members reached through the state's
+// first-use guard.
+struct ModuleSwitches {
     int chineseEnabled = 1;
     int complexEnabled = 1;
     int compareDecimals = -1;
 };
+constinit ModuleSwitches g_switches;
 
 ModuleState& State() {
     static ModuleState state;
@@ -54,15 +61,15 @@ CString TimeToString(const COleDateTime& time, int bDate) {
     return time.Format(bDate ? State().dateFormat : State().dateTimeFormat);
 }
 
-int CUtilityCalc::Calc_IsChineseEnabled() { return State().chineseEnabled; }
-void CUtilityCalc::Calc_EnableChinese(int enable) { State().chineseEnabled = enable; }
-int CUtilityCalc::Calc_IsComplexEnabled() { return State().complexEnabled; }
-void CUtilityCalc::Calc_EnableComplex(int enable) { State().complexEnabled = enable; }
-int CUtilityCalc::Calc_GetCompareCalcDeclen() { return State().compareDecimals; }
+int CUtilityCalc::Calc_IsChineseEnabled() { return g_switches.chineseEnabled; }
+void CUtilityCalc::Calc_EnableChinese(int enable) { g_switches.chineseEnabled = enable; }
+int CUtilityCalc::Calc_IsComplexEnabled() { return g_switches.complexEnabled; }
+void CUtilityCalc::Calc_EnableComplex(int enable) { g_switches.complexEnabled = enable; }
+int CUtilityCalc::Calc_GetCompareCalcDeclen() { return g_switches.compareDecimals; }
 
 int CUtilityCalc::Calc_SetCompareCalcDeclen(int decimals) {
-    const int previous = State().compareDecimals;
-    State().compareDecimals = decimals;
+    const int previous = g_switches.compareDecimals;
+    g_switches.compareDecimals = decimals;
     return previous;
 }
 

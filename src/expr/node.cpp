@@ -67,19 +67,9 @@ CThreadSpares* ThreadSpares() { return support::ThreadOwned<CThreadSpares>(); }
 
 }  // namespace qorcalc::expr
 
-CCalcNode* CCalcNode::Make(CCalcNode* parent, uint8_t kind) { return Make(qorcalc::expr::ThreadSpares(), parent, kind); }
-
-CCalcNode* CCalcNode::Make(qorcalc::expr::CThreadSpares* spares, CCalcNode* parent, uint8_t kind) {
-    if (!spares || spares->nodes.empty()) return new CCalcNode(parent, kind);
-    CCalcNode* node = spares->nodes.back();
-    spares->nodes.pop_back();
-    node->Reset(parent, kind);
-    return node;
-}
-
 // As the constructor leaves a node; the children array and the text are
 // already empty, their storage kept.
-void CCalcNode::Reset(CCalcNode* parent, uint8_t kind) {
+inline void CCalcNode::Reset(CCalcNode* parent, uint8_t kind) {
     m_kind = kind;
     m_op = OpNone;
     m_position = 0;
@@ -91,6 +81,17 @@ void CCalcNode::Reset(CCalcNode* parent, uint8_t kind) {
     m_pTree = parent ? parent->m_pTree : nullptr;
     if (m_pTree) m_pTree->CountNode();
 }
+
+// Inline: a clone makes every node of its tree here.
+inline CCalcNode* CCalcNode::Make(qorcalc::expr::CThreadSpares* spares, CCalcNode* parent, uint8_t kind) {
+    if (!spares || spares->nodes.empty()) return new CCalcNode(parent, kind);
+    CCalcNode* node = spares->nodes.back();
+    spares->nodes.pop_back();
+    node->Reset(parent, kind);
+    return node;
+}
+
+CCalcNode* CCalcNode::Make(CCalcNode* parent, uint8_t kind) { return Make(qorcalc::expr::ThreadSpares(), parent, kind); }
 
 void CCalcNode::Free(CCalcNode* node, qorcalc::expr::CThreadSpares* spares) {
     node->EmptyForReuse();
