@@ -206,8 +206,9 @@ public:
     // the node's old one); the caller no longer needs `text`.
     QORCALC_LOCAL void TakeText(CString& text);
     // SetLiteral of a text that carries no quotes to remove, which may take
-    // the text's storage as TakeText does.
-    QORCALC_LOCAL void TakeLiteral(CString& text);
+    // the text's storage as TakeText does; `form` is what
+    // util::MeasureNumberForm says of the text.
+    QORCALC_LOCAL void TakeLiteral(CString& text, int form);
 
     // The children array, for the evaluator's in-place list rewriting.
     // Whoever edits it keeps the ownership invariant, and lets go of a node
@@ -245,7 +246,7 @@ private:
     QORCALC_LOCAL void TextInto(CString& out, int quote);
     QORCALC_LOCAL int ClassifyInto(const CString& text);
     QORCALC_LOCAL const CString& CurrentNumberText();
-    QORCALC_LOCAL void ReadLiteral();
+    QORCALC_LOCAL void ReadLiteral(int form);
     QORCALC_LOCAL static void DeleteChildren(std::vector<CCalcNode*>& children);
     // Lets go of the children, and of the tree when this is its root.
     QORCALC_LOCAL void LetGoOfSubtree();

@@ -197,10 +197,11 @@ int CCalc::AnswerTerm(CCalcNode* root, CCalcNode* term, CString& value, bool tex
     if (CUtilityCalc::Dettach_Quotes(value, nullptr) || text || value.IsEmpty()) {
         term->TakeText(value);
         term->SetKind(NodeString);
-    } else if (util::MeasureNumberForm(value.Str()) >= 0 || CUtilityCalc::IsPureNumber(value, 1)) {
+    } else if (const int form = util::MeasureNumberForm(value.Str());
+               form >= 0 || CUtilityCalc::IsPureNumber(value, 1)) {
         // Most answers are numbers in number form already: measuring one is
         // cheaper than the general test, which it implies.
-        term->TakeLiteral(value);  // no quotes: unquoting just found none
+        term->TakeLiteral(value, form);  // no quotes: unquoting just found none
     } else {
         // Anything else is a formula of the host's own, converted in place.
         term->TakeText(value);

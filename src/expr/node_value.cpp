@@ -133,23 +133,24 @@ int CCalcNode::SetLiteral(const CString& text) {
     return Shielded(u"CCalcNode::SetLiteral", 0, [&] {
         const int unquoted = SetText(text);
         m_kind = NodeString;
-        if (!unquoted) ReadLiteral();
+        if (!unquoted) ReadLiteral(qorcalc::util::MeasureNumberForm(m_text.Str()));
         return unquoted;
     });
 }
 
-void CCalcNode::TakeLiteral(CString& text) {
+void CCalcNode::TakeLiteral(CString& text, int form) {
     TakeText(text);
     m_kind = NodeString;
-    ReadLiteral();
+    ReadLiteral(form);
 }
 
 // An unquoted literal is a number when it reads as one within the integer
 // digits a number keeps; its text is put in number form either way.  A text
-// already in number form, as nearly every literal is, is only measured.
-void CCalcNode::ReadLiteral() {
-    if (const int fits = qorcalc::util::MeasureNumberForm(m_text.Str()); fits >= 0) {
-        if (fits) m_kind = NodeNumber;
+// already in number form, as nearly every literal is, is only measured
+// (`form` is that measure of the text).
+void CCalcNode::ReadLiteral(int form) {
+    if (form >= 0) {
+        if (form) m_kind = NodeNumber;
         return;
     }
     if (!m_text.IsEmpty() && CUtilityCalc::IsPureNumber(m_text, 0)) {

@@ -25,10 +25,8 @@ void CCalcTree::Free(CCalcTree* tree) {
     spares->trees.push_back(tree);
 }
 
-CCalcTree* CCalcTree::Of(CCalcNode* root) {
-    if (!root) return nullptr;
-    if (root->m_pTree) return root->m_pTree->Root() == root ? root->m_pTree : nullptr;
-    if (root->GetParent()) return nullptr;
+CCalcTree* CCalcTree::Make(CCalcNode* root) {
+    if (!root || root->GetParent()) return nullptr;
     qorcalc::expr::CThreadSpares* spares = qorcalc::expr::ThreadSpares();
     CCalcTree* tree = nullptr;
     if (spares && !spares->trees.empty()) {

@@ -36,7 +36,11 @@ public:
     // The tree of `root`; a root of no tree yet (and without a parent) gets
     // one, with every node below it.  Null for a node that is not the root
     // of its tree.
-    static CCalcTree* Of(CCalcNode* root);
+    static CCalcTree* Of(CCalcNode* root) {
+        // Inline for a root that has its tree, as at every step and answer.
+        if (root && root->m_pTree) return root->m_pTree->Root() == root ? root->m_pTree : nullptr;
+        return Make(root);
+    }
     // Makes `node` and its subtree belong to `tree` (null: to no tree).
     static void Adopt(CCalcNode* node, CCalcTree* tree);
     // Frees the dead nodes of a tree whose root is gone, and the tree itself,
@@ -82,6 +86,8 @@ private:
     explicit CCalcTree(CCalcNode* root) : m_pRoot(root) {}
     ~CCalcTree();
     void FreeDead();
+    // Of for a root without a tree.
+    static CCalcTree* Make(CCalcNode* root);
     void Reset(CCalcNode* root);
     // Called by the root's destructor: from here on nodes are freed at once.
     void Close() { m_bKeepDead = false; }
