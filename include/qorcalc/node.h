@@ -258,6 +258,8 @@ private:
     // Empties text and children storage, keeping what is small enough to
     // serve the node's next use.
     QORCALC_LOCAL void EmptyForReuse();
+    // The part of EmptyForReuse that frees storage too large to keep.
+    QORCALC_LOCAL void GiveBackStorage();
     QORCALC_LOCAL static CCalcNode* Make(qorcalc::expr::CThreadSpares* spares, CCalcNode* parent, uint8_t kind);
     QORCALC_LOCAL static void LetGo(CCalcNode* node, qorcalc::expr::CThreadSpares* spares);
     // Discard with the thread's spares at hand.

@@ -93,6 +93,11 @@ inline CCalcNode* CCalcNode::Make(qorcalc::expr::CThreadSpares* spares, CCalcNod
 
 CCalcNode* CCalcNode::Make(CCalcNode* parent, uint8_t kind) { return Make(qorcalc::expr::ThreadSpares(), parent, kind); }
 
+void CCalcNode::GiveBackStorage() {
+    if (!qorcalc::support::IsShortText(m_text)) std::u16string().swap(m_text.Str());
+    if (m_children.capacity() > qorcalc::expr::kMaxKeptChildren) std::vector<CCalcNode*>().swap(m_children);
+}
+
 void CCalcNode::Free(CCalcNode* node, qorcalc::expr::CThreadSpares* spares) {
     node->EmptyForReuse();
     Keep(node, spares);

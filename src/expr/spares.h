@@ -53,9 +53,9 @@ CThreadSpares* ThreadSpares();
 // A long text's storage is given back (assigning an empty string would
 // keep it); a short one's serves the node's next text.
 inline void CCalcNode::EmptyForReuse() {
-    if (qorcalc::support::IsShortText(m_text)) m_text.Empty();
-    else std::u16string().swap(m_text.Str());
-    if (m_children.capacity() > qorcalc::expr::kMaxKeptChildren) std::vector<CCalcNode*>().swap(m_children);
+    if (!qorcalc::support::IsShortText(m_text) || m_children.capacity() > qorcalc::expr::kMaxKeptChildren)
+        GiveBackStorage();
+    m_text.Empty();
 }
 
 inline void CCalcNode::Keep(CCalcNode* node, qorcalc::expr::CThreadSpares* spares) {

@@ -75,15 +75,6 @@ bool CCalcTree::Accepts(CCalcNode* term) const {
     return term && term->m_pTree == this && !term->m_bDead && !term->m_bAnswered;
 }
 
-void CCalcTree::Retire(CCalcNode* node) {
-    node->m_bDead = 1;
-    node->EmptyForReuse();
-    // A small tree's nodes go back to the thread's spares with their
-    // children storage; a tree too large for them all frees it now.
-    if (m_nNodes > static_cast<size_t>(CALC_MAX_KEPT_NODES)) std::vector<CCalcNode*>().swap(node->m_children);
-    m_dead.push_back(node);
-}
-
 void CCalcTree::SetFailure(uint32_t messageId, const CString& text) {
     m_bFailed = true;
     m_nFailureId = messageId;

@@ -23,6 +23,7 @@
 #include <vector>
 
 #include "expr/evaluate.h"
+#include "expr/spares.h"
 
 namespace qorcalc::expr {
 struct CThreadSpares;
@@ -64,7 +65,15 @@ public:
     void MarkAnswered(CCalcNode* term) { term->m_bAnswered = 1; }
 
     // Keeps `node` (already without children) dead until the root goes.
-    void Retire(CCalcNode* node);
+    // Inline: every node a calculation folds away passes here.
+    void Retire(CCalcNode* node) {
+        node->m_bDead = 1;
+        node->EmptyForReuse();
+        // A small tree's nodes go back to the thread's spares with their
+        // children storage; a tree too large for them all frees it now.
+        if (m_nNodes > static_cast<size_t>(CALC_MAX_KEPT_NODES)) std::vector<CCalcNode*>().swap(node->m_children);
+        m_dead.push_back(node);
+    }
     bool KeepsDead() const { return m_bKeepDead; }
 
     qorcalc::expr::CStepWalk& Walk() { return m_walk; }
