@@ -15,6 +15,7 @@
 #include "expr/tree.h"
 #include "support/thread_spare.h"
 #include "util/number_form.h"
+#include "util/quotes.h"
 
 ICalc::~ICalc() = default;
 
@@ -194,7 +195,7 @@ int CCalc::AnswerTerm(CCalcNode* root, CCalcNode* term, CString& value, bool tex
     bool reconvert = false;
     // Unquoting a text marked by its quotes would remove them and then the
     // pairs it was written with: the same as unquoting the text alone.
-    if (CUtilityCalc::Dettach_Quotes(value, nullptr) || text || value.IsEmpty()) {
+    if (util::Unquote(value) || text || value.IsEmpty()) {
         term->TakeText(value);
         term->SetKind(NodeString);
     } else if (const int form = util::MeasureNumberForm(value.Str());

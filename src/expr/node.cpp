@@ -14,6 +14,7 @@
 #include "expr/spares.h"
 #include "support/thread_spare.h"
 #include "expr/tree.h"
+#include "util/quotes.h"
 
 using qorcalc::detail::Shielded;
 using qorcalc::detail::ShieldedInto;
@@ -285,7 +286,7 @@ void CCalcNode::WriteArguments(CStringArray& args, int form) {
         // Unquoting the quoted text would strip the quotes GetText adds and
         // then whatever pairs the value itself begins and ends with: the
         // same as unquoting the value.
-        if (form == ArgumentsUnquoted) CUtilityCalc::Dettach_Quotes(text, nullptr);
+        if (form == ArgumentsUnquoted) qorcalc::util::Unquote(text);
     }
 }
 

@@ -7,6 +7,7 @@
 
 #include "support/thread_spare.h"
 #include "util/number_form.h"
+#include "util/quotes.h"
 
 using qorcalc::detail::Shielded;
 using qorcalc::detail::ShieldedInto;
@@ -75,7 +76,7 @@ void CCalcNode::GetRoundedText(CString& out, int decimals) {
 int CCalcNode::SetText(const CString& text) {
     return Shielded(u"CCalcNode::SetText", 0, [&] {
         CString unquoted = text;
-        const int removed = CUtilityCalc::Dettach_Quotes(unquoted, nullptr) != 0 ? 1 : 0;
+        const int removed = qorcalc::util::Unquote(unquoted) != 0 ? 1 : 0;
         m_text.Str().swap(unquoted.Str());
         m_valid = 2;
         return removed;
@@ -165,7 +166,7 @@ int CCalcNode::ClassifyToken(const CString& text) {
 int CCalcNode::ClassifyInto(const CString& text) {
     int isName = 0;
     CString unquoted = text;
-    if (CUtilityCalc::Dettach_Quotes(unquoted, nullptr) || text.IsEmpty()) {
+    if (qorcalc::util::Unquote(unquoted) || text.IsEmpty()) {
         m_kind = NodeString;
         AssignText(unquoted);
     } else if (CUtilityCalc::IsPureNumber(text, 1)) {

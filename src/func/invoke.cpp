@@ -7,6 +7,7 @@
 #include <qorcalc/vek.h>
 
 #include "support/thread_spare.h"
+#include "util/quotes.h"
 
 namespace qorcalc::func {
 
@@ -37,7 +38,7 @@ void ReportFailure(CFuncPara& para, int status, const CStringArray& args) {
 }  // namespace
 
 int Invoke(CFuncPara& para, PFN_CALCFUNC fn, uint8_t kind, bool* text) {
-    for (CString& arg : para.m_arrParas) CUtilityCalc::Dettach_Quotes(arg, nullptr);
+    for (CString& arg : para.m_arrParas) util::Unquote(arg);
     // Functions may rewrite or remove their arguments; a failure is reported
     // with the arguments as they were handed over; the copy is kept between
     // calls, so the next arguments reuse its storage.

@@ -13,6 +13,7 @@
 #include <qorcalc/vek.h>
 
 #include "support/text.h"
+#include "util/quotes.h"
 
 #include <algorithm>
 #include <cstring>
@@ -30,7 +31,6 @@ constexpr std::u16string_view kLineBreak = u"\r\n";
 // Texts this long or longer keep their digits, not a double.
 constexpr int kMaxNumberPartLength = 18;
 
-bool IsQuote(char16_t c) { return c == u'\'' || c == u'"'; }
 bool IsAsciiLetter(char16_t c) { return (c >= u'a' && c <= u'z') || (c >= u'A' && c <= u'Z'); }
 constexpr char16_t kFirstWideChar = 129;
 
@@ -63,7 +63,7 @@ char16_t CUtilityCalc::Dettach_Quotes(CString& text, uint8_t* kind) {
     std::u16string& s = text.Str();
     size_t first = 0, last = s.size();
     char16_t removed = 0;
-    while (last - first >= 2 && s[first] == s[last - 1] && IsQuote(s[first])) {
+    while (last - first >= 2 && s[first] == s[last - 1] && qorcalc::util::IsQuote(s[first])) {
         removed = s[first];
         ++first;
         --last;
@@ -212,7 +212,7 @@ int CUtilityCalc::ParseFunction(const char16_t* text, CString& name, CStringArra
             char16_t end = 0;
             for (; i < s.size(); ++i) {
                 const char16_t c = s[i];
-                if (IsQuote(c) && quote == 0 && arg.IsEmpty()) {
+                if (qorcalc::util::IsQuote(c) && quote == 0 && arg.IsEmpty()) {
                     quote = c;
                 } else if (quote != 0 && c == quote) {
                     quote = 0;
