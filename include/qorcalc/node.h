@@ -262,6 +262,9 @@ private:
     QORCALC_LOCAL void GiveBackStorage();
     QORCALC_LOCAL static CCalcNode* Make(qorcalc::expr::CThreadSpares* spares, CCalcNode* parent, uint8_t kind);
     QORCALC_LOCAL static void LetGo(CCalcNode* node, qorcalc::expr::CThreadSpares* spares);
+    // A childless node no parent holds, kept dead by its tree if the tree
+    // keeps its nodes; false when it does not.
+    QORCALC_LOCAL static bool RetireIfKept(CCalcNode* node);
     // Discard with the thread's spares at hand.
     QORCALC_LOCAL static void DiscardWith(CCalcNode* node, qorcalc::expr::CThreadSpares* spares);
     QORCALC_LOCAL void Reset(CCalcNode* parent, uint8_t kind);

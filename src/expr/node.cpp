@@ -104,12 +104,25 @@ void CCalcNode::Free(CCalcNode* node, qorcalc::expr::CThreadSpares* spares) {
     Keep(node, spares);
 }
 
+inline bool CCalcNode::RetireIfKept(CCalcNode* node) {
+    if (!node->m_pTree || !node->m_pTree->KeepsDead()) return false;
+    node->m_pTree->Retire(node);
+    return true;
+}
+
 // Lets go of whole subtrees without recursion and without allocating, so
 // that it cannot fail in a destructor: the nodes still to go form a stack
 // threaded through their parent pointers, which a node let go of no longer
 // needs.  Each node's children are pushed before the node itself goes.
 void CCalcNode::Discard(CCalcNode* node) {
-    if (node) DiscardWith(node, qorcalc::expr::ThreadSpares());
+    if (!node) return;
+    // Nearly every node a calculation folds away is a leaf its tree keeps
+    // dead, which needs none of the thread's spares.
+    if (node->m_children.empty()) {
+        node->m_pParent = nullptr;
+        if (RetireIfKept(node)) return;
+    }
+    DiscardWith(node, qorcalc::expr::ThreadSpares());
 }
 
 void CCalcNode::DiscardWith(CCalcNode* node, qorcalc::expr::CThreadSpares* spares) {
@@ -130,11 +143,7 @@ void CCalcNode::DiscardWith(CCalcNode* node, qorcalc::expr::CThreadSpares* spare
 // A childless node no parent holds: kept dead by its tree while the tree
 // keeps its nodes, else freed (or kept for Make).
 void CCalcNode::LetGo(CCalcNode* node, qorcalc::expr::CThreadSpares* spares) {
-    if (node->m_pTree && node->m_pTree->KeepsDead()) {
-        node->m_pTree->Retire(node);
-    } else {
-        Free(node, spares);
-    }
+    if (!RetireIfKept(node)) Free(node, spares);
 }
 
 // The array ends empty with its storage kept.
