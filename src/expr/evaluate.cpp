@@ -21,9 +21,13 @@ namespace {
 
 const char16_t kInfinity[] = u"∞";
 
-bool IsOperator(CCalcNode* node, uint8_t op) { return node->GetKind() == NodeOperator && node->GetOp() == op; }
+bool IsOperator(CCalcNode* node, uint8_t op) { return KindOf(node) == NodeOperator && node->GetOp() == op; }
 
-bool IsNumberOrText(CCalcNode* node) { return node->GetKind() == NodeNumber || node->GetKind() == NodeString; }
+bool IsEitherOperator(CCalcNode* node, uint8_t opA, uint8_t opB) {
+    return KindOf(node) == NodeOperator && (node->GetOp() == opA || node->GetOp() == opB);
+}
+
+bool IsNumberOrText(CCalcNode* node) { return KindOf(node) == NodeNumber || KindOf(node) == NodeString; }
 
 bool TextPassesAsNumber(CCalcNode* node, int allowComma) {
     CString text;
@@ -38,17 +42,17 @@ bool TextPassesAsNumber(CCalcNode* node, int allowComma) {
 bool MakeCompatible(CCalcNode* left, CCalcNode* right, uint8_t op, uint8_t format) {
     if (!IsNumberOrText(left) || !IsNumberOrText(right)) return false;
     const bool numericOp = op == OpSubtract || op == OpMultiply || op == OpDivide;
-    if (left->GetKind() == right->GetKind()) {
-        if (left->GetKind() == NodeNumber || !numericOp) return true;
+    if (KindOf(left) == KindOf(right)) {
+        if (KindOf(left) == NodeNumber || !numericOp) return true;
     }
     if (!CUtilityCalc::Calc_IsComplexEnabled()) return false;
     CCalcNode* pair[] = {left, right};
     const bool textsAreNumbers = std::all_of(std::begin(pair), std::end(pair), [](CCalcNode* n) {
-        return n->GetKind() != NodeString || TextPassesAsNumber(n, 1);
+        return KindOf(n) != NodeString || TextPassesAsNumber(n, 1);
     });
     if (textsAreNumbers) {
         for (CCalcNode* n : pair) {
-            if (n->GetKind() == NodeString) {
+            if (KindOf(n) == NodeString) {
                 n->SetKind(NodeNumber);
                 n->AssignText(n->RawText());  // mask 2: parsed on first use
             }
@@ -57,7 +61,7 @@ bool MakeCompatible(CCalcNode* left, CCalcNode* right, uint8_t op, uint8_t forma
     }
     if (numericOp) return false;
     for (CCalcNode* n : pair) {
-        if (n->GetKind() != NodeNumber) continue;
+        if (KindOf(n) != NodeNumber) continue;
         CString text;
         n->GetDisplayText(text, 0, format);
         n->SetText(text);
@@ -69,7 +73,7 @@ bool MakeCompatible(CCalcNode* left, CCalcNode* right, uint8_t op, uint8_t forma
 // left = left op right, for compatible operands.  False, with nothing
 // built, when the joined text would pass CALC_MAX_TEXT_LENGTH.
 bool Combine(CCalcNode* left, CCalcNode* right, uint8_t op) {
-    if (left->GetKind() == NodeString) {
+    if (KindOf(left) == NodeString) {
         if (left->RawText() == kInfinity || right->RawText() == kInfinity) {
             left->AssignText(kInfinity);
         } else if (right->RawText().GetLength() > CALC_MAX_TEXT_LENGTH - left->RawText().GetLength()) {
@@ -109,19 +113,19 @@ bool ApplyUnaryMinus(std::vector<CCalcNode*>& list) {
         if (!unary) continue;
         if (i + 1 >= list.size()) return false;
         CCalcNode* operand = list[i + 1];
-        if (operand->GetKind() == NodeString && CUtilityCalc::Calc_IsComplexEnabled() &&
+        if (KindOf(operand) == NodeString && CUtilityCalc::Calc_IsComplexEnabled() &&
             TextPassesAsNumber(operand, 0)) {
             operand->SetKind(NodeNumber);
             operand->SetText(operand->RawText());
         }
-        if (operand->GetKind() != NodeNumber) return false;
+        if (KindOf(operand) != NodeNumber) return false;
         operand->SetNumber(-operand->GetNumber(), 1);
         list[i]->SetKind(NodeEmpty);
         any = true;
     }
     if (any) {
         auto kept = std::stable_partition(list.begin(), list.end(),
-                                          [](CCalcNode* n) { return n->GetKind() != NodeEmpty; });
+                                          [](CCalcNode* n) { return KindOf(n) != NodeEmpty; });
         std::for_each(kept, list.end(), CCalcNode::Discard);
         list.erase(kept, list.end());
     }
@@ -139,7 +143,7 @@ bool ReducePass(std::vector<CCalcNode*>& list, uint8_t opA, uint8_t opB, uint8_t
     bool ok = true;
     while (r < list.size()) {
         CCalcNode* node = list[r];
-        if (r + 1 < list.size() && (IsOperator(node, opA) || IsOperator(node, opB))) {
+        if (r + 1 < list.size() && IsEitherOperator(node, opA, opB)) {
             CCalcNode* left = list[w - 1];
             CCalcNode* right = list[r + 1];
             if (!MakeCompatible(left, right, node->GetOp(), format)) {
@@ -171,7 +175,7 @@ int CompareOperands(CCalcNode* node, uint8_t format) {
     CCalcNode* right = list[2];
     const uint8_t op = list[1]->GetOp();
     if (!MakeCompatible(left, right, op, format)) return 0;
-    const int holds = left->GetKind() == NodeNumber ? CompareNumbers(left->GetNumber(), op, right->GetNumber())
+    const int holds = KindOf(left) == NodeNumber ? CompareNumbers(left->GetNumber(), op, right->GetNumber())
                                                     : CompareTexts(left->RawText(), op, right->RawText());
     node->SetKind(NodeNumber);
     node->SetText(holds ? u"1" : u"0");

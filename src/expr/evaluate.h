@@ -23,6 +23,11 @@ namespace qorcalc::expr {
 constexpr uint32_t kMsgCannotReduce = CALC_MSG_BAD_EXPRESSION;
 constexpr uint32_t kMsgMixedTypes = CALC_MSG_MIXED_TYPES;
 
+// A node's kind as CCalcNode holds it.  The walk and the reduction read the
+// kind of every node they pass, so they read it inline instead of through a
+// virtual call per node.
+inline uint8_t KindOf(CCalcNode* node) { return node->CCalcNode::GetKind(); }
+
 // The walk that chooses the steps of one tree, in children-before-parent
 // order, left to right, the condition of an IF before its branches; the
 // branch that a decided condition rules out is pruned to the number 0 and

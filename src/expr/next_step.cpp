@@ -10,11 +10,7 @@ namespace qorcalc::expr {
 
 namespace {
 
-// The walk passes every node of a calculation, so it reads kinds and
-// children through CCalcNode's own inline accessors instead of a virtual
-// call per node and field.
-uint8_t KindOf(CCalcNode* node) { return node->CCalcNode::GetKind(); }
-
+// The first child, or null for a leaf.
 CCalcNode* FirstChild(CCalcNode* node) {
     const std::vector<CCalcNode*>& children = node->Children();
     return children.empty() ? nullptr : children.front();
