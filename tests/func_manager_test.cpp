@@ -64,6 +64,13 @@ int OwnFailure(CFuncPara* para, int) {
     return 7;
 }
 
+// Rewrites and drops its arguments, then fails on them.
+int RewriteThenFail(CFuncPara* para, int) {
+    para->m_arrParas[0] = u"rewritten";
+    para->m_arrParas.RemoveAt(1);
+    return -1;
+}
+
 class FuncManager : public ::testing::Test {
 protected:
     TestProvider provider;
@@ -198,6 +205,8 @@ TEST(FuncMngerCall, Statuses) {
         {"host", 3, Echo, 1, 0, 1, "'a|b'", "before"},  // exempt
         {"host", 2, Echo, 1, 0, 1, "'a|b'", "before"},
         {"host", 0, OwnFailure, 0, 1, 0, "", "own failure text"},
+        // the failure quotes the arguments as handed over, unquoted
+        {"host", 0, RewriteThenFail, 0, 1, 0, "", "E1004:host(a, b)"},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(::testing::Message() << c.name << " flags " << c.flags << " check " << c.bCheck

@@ -3,6 +3,7 @@
 
 #include <qorcalc/utility.h>
 
+#include "func/invoke.h"
 #include "util/number_form.h"
 
 using qorcalc::detail::Shielded;
@@ -43,6 +44,8 @@ int NormaliseNumber(CString& text) {
 int CFuncPara::ResetDoubleString(int bArgs) {
     return Shielded(u"CFuncPara::ResetDoubleString", 0, [&]() -> int {
         if (!bArgs) return NormaliseNumber(m_strResult);
+        // The call this record is for fails with its arguments as given.
+        qorcalc::func::KeepArguments(*this);
         for (CString& arg : m_arrParas) {
             // Normalised on a copy, so that an argument that fails stays as the
             // caller gave it.

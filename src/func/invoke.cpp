@@ -6,6 +6,8 @@
 #include <qorcalc/utility.h>
 #include <qorcalc/vek.h>
 
+#include <optional>
+
 #include "support/thread_spare.h"
 #include "util/quotes.h"
 
@@ -35,17 +37,47 @@ void ReportFailure(CFuncPara& para, int status, const CStringArray& args) {
     para.m_strResult.Empty();
 }
 
+// The arguments of the innermost call running on this thread, once they are
+// kept: a copy made only when the function is about to change them (or
+// before a host's function runs), in storage the thread keeps between
+// calls.  A function that calculates again (a host's, or a script) runs
+// calls of its own, each with its own record here.
+class CKeptArguments {
+public:
+    CKeptArguments() : m_pOuter(t_pInnermost) { t_pInnermost = this; }
+    ~CKeptArguments() { t_pInnermost = m_pOuter; }
+    CKeptArguments(const CKeptArguments&) = delete;
+    CKeptArguments& operator=(const CKeptArguments&) = delete;
+
+    static CKeptArguments* Innermost() { return t_pInnermost; }
+    void Keep(const CFuncPara& para) {
+        if (m_kept) return;
+        m_kept.emplace();
+        (*m_kept)->Copy(para.m_arrParas);
+    }
+    // The arguments as handed over to the function.
+    const CStringArray& Of(const CFuncPara& para) { return m_kept ? **m_kept : para.m_arrParas; }
+
+private:
+    static thread_local CKeptArguments* t_pInnermost;
+    CKeptArguments* m_pOuter;
+    std::optional<support::CThreadSpare<CStringArray, support::CShortTexts>> m_kept;
+};
+
+thread_local CKeptArguments* CKeptArguments::t_pInnermost = nullptr;
+
 }  // namespace
 
-int Invoke(CFuncPara& para, PFN_CALCFUNC fn, uint8_t kind, bool* text) {
+void KeepArguments(const CFuncPara& para) {
+    if (CKeptArguments* kept = CKeptArguments::Innermost()) kept->Keep(para);
+}
+
+int Invoke(CFuncPara& para, PFN_CALCFUNC fn, uint8_t kind, ArgumentKeeping keeping, bool* text) {
     for (CString& arg : para.m_arrParas) util::Unquote(arg);
-    // Functions may rewrite or remove their arguments; a failure is reported
-    // with the arguments as they were handed over; the copy is kept between
-    // calls, so the next arguments reuse its storage.
-    support::CThreadSpare<CStringArray, support::CShortTexts> handedOver;
-    handedOver->Copy(para.m_arrParas);
-    const CStringArray& args = *handedOver;
-    int status = fn(&para, args.GetSize());
+    CKeptArguments kept;
+    if (keeping == ArgumentKeeping::Before) kept.Keep(para);
+    int status = fn(&para, para.m_arrParas.GetSize());
+    const CStringArray& args = kept.Of(para);
     // Results made by the host (its items, js) are not measured before they
     // are built; none enters a tree past the limit (two more characters for
     // the quotes a text result may already carry).

@@ -18,10 +18,21 @@ inline constexpr uint32_t kMsgBadArgValue = CALC_MSG_BAD_ARGUMENT;
 // formatted with.
 CString CallText(const CString& name, const CStringArray& args);
 
+// Who keeps the arguments a failure is reported with: a built-in keeps them
+// itself (KeepArguments) before it changes them, and only then; a host's
+// function may change them in any way, so they are kept before it runs.
+enum class ArgumentKeeping { ByFunction, Before };
+
 // Unquotes the arguments of `para`, runs `fn` (not null) on them and turns
 // its status into 1 (the result, quoted by `kind`, is in the record) or 0
 // (the failure text is the last error and the result is empty).  With
 // `text` given, a result is never quoted: *text says whether it would be.
-int Invoke(CFuncPara& para, PFN_CALCFUNC fn, uint8_t kind, bool* text = nullptr);
+int Invoke(CFuncPara& para, PFN_CALCFUNC fn, uint8_t kind, ArgumentKeeping keeping, bool* text = nullptr);
+
+// For a built-in about to change the arguments of its call record
+// (normalising them, handing them to host code): keeps them as they were
+// handed over, for a failure to be reported with.  Only the first keeping
+// of a call counts.
+void KeepArguments(const CFuncPara& para);
 
 }  // namespace qorcalc::func

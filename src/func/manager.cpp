@@ -15,6 +15,9 @@
 #include <new>
 #include <vector>
 
+using qorcalc::func::ArgumentKeeping;
+using qorcalc::func::Invoke;
+
 namespace {
 
 using namespace qorcalc::func;
@@ -143,7 +146,7 @@ int CFuncMnger::CallInto(CFuncPara& para, int bCheck, int index, bool* text) {
         if (index < 0 || index >= kBuiltinCount) index = FindBuiltin(name);
         if (index >= 0) {
             const CatalogueEntry& e = BuiltinAt(index);
-            return qorcalc::func::Invoke(para, e.fn, e.kind, text);
+            return Invoke(para, e.fn, e.kind, ArgumentKeeping::ByFunction, text);
         }
 
         const int position = FindHostItem(name);
@@ -157,7 +160,7 @@ int CFuncMnger::CallInto(CFuncPara& para, int bCheck, int index, bool* text) {
             CVek::Error(u"");
             return CALL_NOT_FOUND;
         }
-        return qorcalc::func::Invoke(para, item.m_pfnCall, item.m_nReturnKind, text);
+        return Invoke(para, item.m_pfnCall, item.m_nReturnKind, ArgumentKeeping::Before, text);
     });
 }
 

@@ -91,6 +91,8 @@ int If(CFuncPara* para, int argc) {
 
 int Js(CFuncPara* para, int argc) {
     if (argc < 1) return kWrongCount;
+    // The host's window or script host is handed the record itself.
+    func::KeepArguments(*para);
     if (para->m_hHostWnd && IsWindow(para->m_hHostWnd)) {
         // The host window fills the result while it handles the message.
         SendMessageW(para->m_hHostWnd, para->m_nHostMsg, reinterpret_cast<uintptr_t>(para), 0);
