@@ -175,11 +175,12 @@ int TrimRight(CFuncPara* para, int argc) { return TrimEnds(para, argc, Ends::Rig
 int EncodeURI(CFuncPara* para, int argc) { return Encode(para, argc, 0); }
 int EncodeURIComponent(CFuncPara* para, int argc) { return Encode(para, argc, 1); }
 
-// An amount the capital-numeral writer cannot take is a bad argument.
+// An amount the capital-numeral writer cannot take is a bad argument.  The
+// writer trims the amount it reads, so it is given the argument itself
+// rather than a copy.
 int Rmb(CFuncPara* para, int argc) {
     if (argc != 1) return kWrongCount;
-    CString amount = Arg(para, 0);
-    return CUtilityCalc::RMB(para->m_strResult, amount, 1) ? kOk : kBadValue;
+    return CUtilityCalc::RMB(para->m_strResult, para->m_arrParas[0], 1) ? kOk : kBadValue;
 }
 
 int FormatNum(CFuncPara* para, int argc) {
