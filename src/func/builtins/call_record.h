@@ -10,6 +10,8 @@
 
 #include "func/invoke.h"
 
+#include <utility>
+
 namespace qorcalc::builtins {
 
 inline constexpr int kOk = 1;
@@ -36,7 +38,7 @@ inline int TextTooLong(CFuncPara* para) {
 // The result becomes `text` in formula quotes.
 inline int SetQuoted(CFuncPara* para, CString text) {
     CUtilityCalc::Attach_Quotes(text);
-    para->m_strResult = text;
+    para->m_strResult = std::move(text);
     return kOk;
 }
 

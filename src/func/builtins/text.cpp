@@ -10,6 +10,7 @@
 #include <qorcalc/vek.h>
 
 #include <algorithm>
+#include <utility>
 
 namespace qorcalc::builtins {
 namespace {
@@ -34,7 +35,7 @@ int ChangeFirst(CFuncPara* para, int argc, Change change) {
     }
     CString text = Arg(para, 0);
     change(text);
-    return SetQuoted(para, text);
+    return SetQuoted(para, std::move(text));
 }
 
 enum class Ends { Both, Left, Right };
@@ -54,7 +55,7 @@ int Encode(CFuncPara* para, int argc, int component) {
     if (argc != 1) return kWrongCount;
     CString text = Arg(para, 0);
     CUtilityCalc::EncodeURI(text, component);
-    return SetQuoted(para, text);
+    return SetQuoted(para, std::move(text));
 }
 
 // Overwrites text[start, start + count), never past its end, with `fill`
@@ -136,7 +137,7 @@ int Replace(CFuncPara* para, int argc) {
         text.Delete(start, count);
     else
         OverwriteRepeating(text, start, count, fill);
-    return SetQuoted(para, text);
+    return SetQuoted(para, std::move(text));
 }
 
 // The length of `text` with every `from` replaced by `to`, as
@@ -157,7 +158,7 @@ int ReplaceAll(CFuncPara* para, int argc) {
     if (ReplacedLength(Arg(para, 0), Arg(para, 1), Arg(para, 2)) > CALC_MAX_TEXT_LENGTH) return TextTooLong(para);
     CString text = Arg(para, 0);
     text.Replace(Arg(para, 1), Arg(para, 2));
-    return SetQuoted(para, text);
+    return SetQuoted(para, std::move(text));
 }
 
 int ToLowerCase(CFuncPara* para, int argc) {
@@ -183,11 +184,12 @@ int Rmb(CFuncPara* para, int argc) {
     return CUtilityCalc::RMB(para->m_strResult, para->m_arrParas[0], 1) ? kOk : kBadValue;
 }
 
+// The number is formatted where it stands, as an argument may be changed.
 int FormatNum(CFuncPara* para, int argc) {
     if (argc < 2) return kWrongCount;
-    CString number = Arg(para, 0);
+    CString& number = para->m_arrParas[0];
     CUtilityCalc::FormatNum(number, Arg(para, 1));
-    return SetQuoted(para, number);
+    return SetQuoted(para, std::move(number));
 }
 
 int FormatDate(CFuncPara* para, int argc) {
