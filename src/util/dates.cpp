@@ -63,7 +63,42 @@ void ReadEightDigits(std::u16string_view text, std::array<int, kFieldCount>& fie
     fields[kDay] = number(6, 2);
 }
 
-bool AllDigits(std::u16string_view text) { return std::all_of(text.begin(), text.end(), IsAsciiDigit); }
+bool AllDigits(std::u16string_view text) {
+    for (const char16_t ch : text)
+        if (!IsAsciiDigit(ch)) return false;
+    return true;
+}
+
+// "YYYY-MM-DD", the shape most dates come in, read in one pass into what
+// ReadFields would read from it; false for any other text.
+bool ReadIsoDate(std::u16string_view text, std::array<int, kFieldCount>& fields) {
+    if (text.size() != 10 || text[4] != u'-' || text[7] != u'-') return false;
+    fields.fill(0);
+    int field = kYear;
+    for (size_t i = 0; i < text.size(); ++i) {
+        if (i == 4 || i == 7) {
+            ++field;
+        } else if (IsAsciiDigit(text[i])) {
+            fields[field] = fields[field] * 10 + (text[i] - u'0');
+        } else {
+            return false;
+        }
+    }
+    return true;
+}
+
+// The fields of a date text without its leading blanks: 1 read, 0 broken,
+// -1 for the XML form, which has a reader of its own.
+int ReadDateFields(std::u16string_view text, int dateOnly, std::array<int, kFieldCount>& fields) {
+    if (ReadIsoDate(text, fields)) return 1;
+    if (text.find(u'T') != std::u16string_view::npos) return -1;
+    if (AllDigits(text)) {
+        if (text.size() != 8) return 0;
+        ReadEightDigits(text, fields);
+        return 1;
+    }
+    return ReadFields(text, dateOnly, fields) >= 3 ? 1 : 0;
+}
 
 // --- FormatDate --------------------------------------------------------------
 
@@ -181,15 +216,11 @@ int CUtilityCalc::String2Time(const char16_t* text, COleDateTime* out, int dateO
     std::u16string_view view = text ? std::u16string_view(text) : std::u16string_view();
     view.remove_prefix(std::min(view.find_first_not_of(u' '), view.size()));
     if (view.empty()) return 1;
-    if (view.find(u'T') != std::u16string_view::npos) return CVek::XMLString2Time(text, out);
 
     std::array<int, kFieldCount> f;
-    if (AllDigits(view)) {
-        if (view.size() != 8) return 0;
-        ReadEightDigits(view, f);
-    } else if (ReadFields(view, dateOnly, f) < 3) {
-        return 0;
-    }
+    const int read = ReadDateFields(view, dateOnly, f);
+    if (read < 0) return CVek::XMLString2Time(text, out);
+    if (read == 0) return 0;
     if (f[kYear] + f[kMonth] + f[kDay] == 0) return 1;  // a null date
     if (f[kYear] < 1000 || f[kMonth] < 1 || f[kMonth] > 12 || f[kDay] < 1 || f[kDay] > 31 || f[kHour] > 24 ||
         f[kMinute] > 59 || f[kSecond] > 59)
