@@ -60,18 +60,19 @@ const char16_t* SkipSpaces(const char16_t* p) {
 
 int OnlySpaces(const char16_t* p) { return *SkipSpaces(p) == 0; }
 
-CString Widen(const char* first, const char* last) {
-    return CString(std::u16string(first, last));
+// Widen into `out`, reusing its storage: the characters are copied over
+// in place (assigning from narrow characters would build a wide copy first).
+void AssignWidened(CString& out, const char* first, const char* last) {
+    std::u16string& s = out.Str();
+    s.resize(static_cast<size_t>(last - first));
+    std::copy(first, last, s.begin());
 }
 
-// Widen into `out`, reusing its storage.
-void AssignWidened(CString& out, const char* first, const char* last) { out.Str().assign(first, last); }
-
 template <class Int>
-CString IntegerText(Int value) {
+void AssignInteger(CString& out, Int value) {
     char buf[24];
     const auto res = std::to_chars(buf, buf + sizeof buf, value);
-    return Widen(buf, res.ptr);
+    AssignWidened(out, buf, res.ptr);
 }
 
 // atof over the scanned buffer: the longest number at its start, 0.0 when
@@ -289,11 +290,11 @@ void CUtilityCalc::Double2Str(CString& out, double value, int decimals) {
 }
 
 void CUtilityCalc::Int64Str(CString& out, int64_t value) {
-    ShieldedInto(u"CUtilityCalc::Int64Str", [&] { out = IntegerText(value); }, out);
+    ShieldedInto(u"CUtilityCalc::Int64Str", [&] { AssignInteger(out, value); }, out);
 }
 
 void CUtilityCalc::UInt64Str(CString& out, int64_t value) {
-    ShieldedInto(u"CUtilityCalc::UInt64Str", [&] { out = IntegerText(static_cast<uint64_t>(value)); }, out);
+    ShieldedInto(u"CUtilityCalc::UInt64Str", [&] { AssignInteger(out, static_cast<uint64_t>(value)); }, out);
 }
 
 void CUtilityCalc::RoundStr(CString& number, int decimals) {
