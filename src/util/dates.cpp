@@ -50,17 +50,12 @@ int ReadFields(std::u16string_view text, int dateOnly, std::array<int, kFieldCou
     return index + 1;
 }
 
-// "YYYYMMDD".
-void ReadEightDigits(std::u16string_view text, std::array<int, kFieldCount>& fields) {
-    fields.fill(0);
-    const auto number = [&](size_t first, size_t count) {
-        int value = 0;
-        for (size_t i = first; i < first + count; ++i) value = value * 10 + (text[i] - u'0');
-        return value;
-    };
-    fields[kYear] = number(0, 4);
-    fields[kMonth] = number(4, 2);
-    fields[kDay] = number(6, 2);
+// The date of four year digits at the start and two month and two day
+// digits at the places given, all known to be digits.
+void ReadDateDigits(std::u16string_view text, size_t month, size_t day, std::array<int, kFieldCount>& fields) {
+    const auto at = [&](size_t i) { return text[i] - u'0'; };
+    fields = {at(0) * 1000 + at(1) * 100 + at(2) * 10 + at(3), at(month) * 10 + at(month + 1), at(day) * 10 + at(day + 1),
+              0, 0, 0};
 }
 
 bool AllDigits(std::u16string_view text) {
@@ -69,21 +64,14 @@ bool AllDigits(std::u16string_view text) {
     return true;
 }
 
-// "YYYY-MM-DD", the shape most dates come in, read in one pass into what
-// ReadFields would read from it; false for any other text.
+// "YYYY-MM-DD", the shape most dates come in, read at its fixed places into
+// what ReadFields would read from it; false for any other text.
 bool ReadIsoDate(std::u16string_view text, std::array<int, kFieldCount>& fields) {
+    static constexpr size_t kDigitPlaces[] = {0, 1, 2, 3, 5, 6, 8, 9};
     if (text.size() != 10 || text[4] != u'-' || text[7] != u'-') return false;
-    fields.fill(0);
-    int field = kYear;
-    for (size_t i = 0; i < text.size(); ++i) {
-        if (i == 4 || i == 7) {
-            ++field;
-        } else if (IsAsciiDigit(text[i])) {
-            fields[field] = fields[field] * 10 + (text[i] - u'0');
-        } else {
-            return false;
-        }
-    }
+    for (const size_t i : kDigitPlaces)
+        if (!IsAsciiDigit(text[i])) return false;
+    ReadDateDigits(text, 5, 8, fields);
     return true;
 }
 
@@ -92,9 +80,9 @@ bool ReadIsoDate(std::u16string_view text, std::array<int, kFieldCount>& fields)
 int ReadDateFields(std::u16string_view text, int dateOnly, std::array<int, kFieldCount>& fields) {
     if (ReadIsoDate(text, fields)) return 1;
     if (text.find(u'T') != std::u16string_view::npos) return -1;
-    if (AllDigits(text)) {
+    if (AllDigits(text)) {  // "YYYYMMDD"
         if (text.size() != 8) return 0;
-        ReadEightDigits(text, fields);
+        ReadDateDigits(text, 4, 6, fields);
         return 1;
     }
     return ReadFields(text, dateOnly, fields) >= 3 ? 1 : 0;
