@@ -344,8 +344,14 @@ void CUtilityCalc::RoundStr(CString& number, int decimals) {
         if (carry && AddOne(integer)) integer.insert(0, 1, u'1');
         if (n >= 0 && m > 0) fraction.resize(static_cast<size_t>(m), u'0');
 
-        s = negative ? u"-" + integer : integer;
-        if (!fraction.empty()) s += u'.' + fraction;
+        // Written over the number's own storage, without joined temporaries.
+        s.clear();
+        if (negative) s += u'-';
+        s += integer;
+        if (!fraction.empty()) {
+            s += u'.';
+            s += fraction;
+        }
     }, number);
 }
 
