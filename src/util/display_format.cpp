@@ -32,11 +32,10 @@ int DecimalsOf(uint8_t format) {
     return n == kAllDecimals ? -1 : n;
 }
 
-// `integer` with "," between every three characters counted from the right,
-// with room for a sign in front.
+// `integer` with "," between every three characters counted from the right.
 std::u16string Grouped(std::u16string_view integer) {
     std::u16string out;
-    out.reserve(integer.size() + (integer.empty() ? 0 : (integer.size() - 1) / 3) + 1);
+    out.reserve(integer.size() + (integer.empty() ? 0 : (integer.size() - 1) / 3));
     for (size_t i = 0; i < integer.size(); ++i) {
         if (i > 0 && (integer.size() - i) % 3 == 0) out += u',';
         out += integer[i];

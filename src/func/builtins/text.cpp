@@ -10,7 +10,7 @@
 #include <qorcalc/vek.h>
 
 #include <algorithm>
-#include <utility>
+#include <string>
 
 namespace qorcalc::builtins {
 namespace {
@@ -18,11 +18,16 @@ namespace {
 // The optional case flag at argument `i`: false when absent.
 bool CaseFlag(const CFuncPara* para, int argc, int i) { return i < argc && CVek::Str2Bool(Arg(para, i)); }
 
-int LeftOrRight(CFuncPara* para, int argc, CString (CString::*take)(int) const) {
+// The first `count` characters of the first argument, or the last ones,
+// copied straight into the result.
+int LeftOrRight(CFuncPara* para, int argc, bool fromLeft) {
     if (argc != 2) return kWrongCount;
     const int count = IntArg(para, argc, 1, 0);
     if (count < 0) return kWrongCount;
-    return SetQuoted(para, (Arg(para, 0).*take)(count));
+    const std::u16string& text = Arg(para, 0).Str();
+    const size_t n = std::min(static_cast<size_t>(count), text.size());
+    para->m_strResult.Str().assign(text, fromLeft ? 0 : text.size() - n, n);
+    return QuoteResult(para);
 }
 
 // The first argument changed by `change`, quoted; no argument gives an
@@ -35,7 +40,7 @@ int ChangeFirst(CFuncPara* para, int argc, Change change) {
     }
     CString text = Arg(para, 0);
     change(text);
-    return SetQuoted(para, std::move(text));
+    return SetQuoted(para, text);
 }
 
 enum class Ends { Both, Left, Right };
@@ -55,7 +60,7 @@ int Encode(CFuncPara* para, int argc, int component) {
     if (argc != 1) return kWrongCount;
     CString text = Arg(para, 0);
     CUtilityCalc::EncodeURI(text, component);
-    return SetQuoted(para, std::move(text));
+    return SetQuoted(para, text);
 }
 
 // Overwrites text[start, start + count), never past its end, with `fill`
@@ -73,8 +78,8 @@ int Len(CFuncPara* para, int argc) {
     return kOk;
 }
 
-int Left(CFuncPara* para, int argc) { return LeftOrRight(para, argc, &CString::Left); }
-int Right(CFuncPara* para, int argc) { return LeftOrRight(para, argc, &CString::Right); }
+int Left(CFuncPara* para, int argc) { return LeftOrRight(para, argc, true); }
+int Right(CFuncPara* para, int argc) { return LeftOrRight(para, argc, false); }
 
 int Mid(CFuncPara* para, int argc) {
     if (argc != 3) return kWrongCount;
@@ -137,7 +142,7 @@ int Replace(CFuncPara* para, int argc) {
         text.Delete(start, count);
     else
         OverwriteRepeating(text, start, count, fill);
-    return SetQuoted(para, std::move(text));
+    return SetQuoted(para, text);
 }
 
 // The length of `text` with every `from` replaced by `to`, as
@@ -158,7 +163,7 @@ int ReplaceAll(CFuncPara* para, int argc) {
     if (ReplacedLength(Arg(para, 0), Arg(para, 1), Arg(para, 2)) > CALC_MAX_TEXT_LENGTH) return TextTooLong(para);
     CString text = Arg(para, 0);
     text.Replace(Arg(para, 1), Arg(para, 2));
-    return SetQuoted(para, std::move(text));
+    return SetQuoted(para, text);
 }
 
 int ToLowerCase(CFuncPara* para, int argc) {
@@ -189,7 +194,7 @@ int FormatNum(CFuncPara* para, int argc) {
     if (argc < 2) return kWrongCount;
     CString& number = para->m_arrParas[0];
     CUtilityCalc::FormatNum(number, Arg(para, 1));
-    return SetQuoted(para, std::move(number));
+    return SetQuoted(para, number);
 }
 
 int FormatDate(CFuncPara* para, int argc) {
