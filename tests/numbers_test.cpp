@@ -49,6 +49,11 @@ TEST(Str2Int, DigitsDirectOtherwiseRounded) {
         {u"12345678901234.5", INT_MAX, 12345678901235}, {u"-9223372036854775808", INT_MIN, INT64_MIN},
         {u"99999999999999999999", INT_MAX, INT64_MAX},  {u"9e99", INT_MAX, INT64_MAX},
         {u"-9e999", INT_MIN, INT64_MIN},
+        // Around the nine digits that are read directly, and digits followed by more.
+        {u"0", 0, 0},          {u"007", 7, 7},        {u"999999999", 999999999, 999999999},
+        {u"2147483647", INT_MAX, INT_MAX},            {u"2147483648", INT_MAX, 2147483648},
+        {u"0000000012", 12, 12},                      {u"12a", 12, 12},       {u"12 ", 12, 12},
+        {u"123456789.6", 123456790, 123456790},
     };
     for (const auto& c : cases) {
         EXPECT_EQ(C::Str2Int(c.text), c.want) << U8(c.text);

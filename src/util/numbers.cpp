@@ -216,6 +216,14 @@ double CUtilityCalc::Str2Double(const char16_t* text) {
 
 int CUtilityCalc::Str2Int(const char16_t* text) {
     if (!text || !*text) return 0;
+    // Nine digits or fewer alone, as counts and positions come, cannot
+    // overflow: they are read without the general reader's checks.
+    constexpr int kSafeDigits = 9;
+    int value = 0;
+    for (int i = 0; i < kSafeDigits && IsAsciiDigit(text[i]); ++i) {
+        value = value * 10 + (text[i] - u'0');
+        if (!text[i + 1]) return value;
+    }
     if (AllOf(text, IsDigitOrMinus)) return qorcalc::support::wtoi(text);
     return Double2Int(Str2Double(text));
 }
