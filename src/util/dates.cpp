@@ -5,6 +5,8 @@
 // Every routine is total: a text of any length or shape reads as a date or is
 // rejected in one pass over it, and a pattern of any shape is filled in one
 // pass per field.
+#include "util/date_read.h"
+
 #include "support/civil_date.h"
 #include "support/text.h"
 
@@ -86,6 +88,19 @@ int ReadDateFields(std::u16string_view text, int dateOnly, std::array<int, kFiel
         return 1;
     }
     return ReadFields(text, dateOnly, fields) >= 3 ? 1 : 0;
+}
+
+// The date the fields read make into `out`: 1, also for all-zero fields (a
+// null date, `out` left as it is), 0 for fields out of range or no date.
+int DateOfFields(const std::array<int, kFieldCount>& f, COleDateTime* out) {
+    if (f[kYear] + f[kMonth] + f[kDay] == 0) return 1;  // a null date
+    if (f[kYear] < 1000 || f[kMonth] < 1 || f[kMonth] > 12 || f[kDay] < 1 || f[kDay] > 31 || f[kHour] > 24 ||
+        f[kMinute] > 59 || f[kSecond] > 59)
+        return 0;
+    COleDateTime date;
+    if (date.SetDateTime(f[kYear], f[kMonth], f[kDay], f[kHour], f[kMinute], f[kSecond]) != 0) return 0;
+    if (out) *out = date;
+    return 1;
 }
 
 // --- FormatDate --------------------------------------------------------------
@@ -209,14 +224,16 @@ int CUtilityCalc::String2Time(const char16_t* text, COleDateTime* out, int dateO
     const int read = ReadDateFields(view, dateOnly, f);
     if (read < 0) return CVek::XMLString2Time(text, out);
     if (read == 0) return 0;
-    if (f[kYear] + f[kMonth] + f[kDay] == 0) return 1;  // a null date
-    if (f[kYear] < 1000 || f[kMonth] < 1 || f[kMonth] > 12 || f[kDay] < 1 || f[kDay] > 31 || f[kHour] > 24 ||
-        f[kMinute] > 59 || f[kSecond] > 59)
-        return 0;
-    COleDateTime date;
-    if (date.SetDateTime(f[kYear], f[kMonth], f[kDay], f[kHour], f[kMinute], f[kSecond]) != 0) return 0;
-    if (out) *out = date;
-    return 1;
+    return DateOfFields(f, out);
+}
+
+// A text of the fixed shape holds no NUL, so it reads as its C string would;
+// any other is read as one.
+int qorcalc::util::ReadDateText(const CString& text, COleDateTime* out, int dateOnly) {
+    std::array<int, kFieldCount> f;
+    if (!ReadIsoDate(text.Str(), f)) return CUtilityCalc::String2Time(text, out, dateOnly);
+    if (out) out->SetStatus(COleDateTime::null);
+    return DateOfFields(f, out);
 }
 
 // With dateOnly set only the month and the day are compared: the year is
