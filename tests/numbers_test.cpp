@@ -128,6 +128,9 @@ TEST(RoundStr, DecimalRoundingOnText) {
         {u"003.10", 2, "003.10"}, {u"-0", -1, "0"},        {u"-", 0, "-"},          {u"-", -1, "0"},
         {u"", 2, ""},            {u"...", 2, ""},          {u"1.5", INT_MIN, "1.5"},
         {u"1.5", 20, "1.50000000000000000000"},
+        // Blanks at either end only, and trailing points after them.
+        {u"\u30002.345", 2, "2.35"}, {u"2.345\t", 2, "2.35"}, {u"7.. ", 0, "7"}, {u" 7.", 1, "7.0"},
+        {u"2.3 45", 2, "2.3 "},  // an inner blank is a digit place like any other
         // No more than 19 digits in all, nor more than 12 asked-for decimals when rounding.
         {u"1234567890123456789.55", 1, "1234567890123456790"},
         {u"12345678901234567.8951", 3, "12345678901234567.90"},

@@ -26,6 +26,7 @@
 using qorcalc::detail::Shielded;
 using qorcalc::detail::ShieldedInto;
 using qorcalc::support::IsAsciiDigit;
+using qorcalc::support::iswspace16;
 
 namespace {
 
@@ -307,9 +308,10 @@ void CUtilityCalc::UInt64Str(CString& out, int64_t value) {
 
 void CUtilityCalc::RoundStr(CString& number, int decimals) {
     ShieldedInto(u"CUtilityCalc::RoundStr", [&] {
-        number.Trim();
-        number.TrimRight(u'.');
         std::u16string& s = number.Str();
+        // Most numbers have nothing to trim: their ends are looked at first.
+        if (!s.empty() && (iswspace16(s.front()) || iswspace16(s.back()))) number.Trim();
+        if (!s.empty() && s.back() == u'.') number.TrimRight(u'.');
         if (s.empty()) return;
         const size_t point = std::min(s.find(u'.'), s.size());
         const long long d = point < s.size() ? static_cast<long long>(s.size() - point - 1) : 0;
@@ -322,22 +324,25 @@ void CUtilityCalc::RoundStr(CString& number, int decimals) {
             return;
         }
 
+        // The integer without leading zeros and the fraction without trailing
+        // ones are copied out as far as they are kept.
         const bool hadMinus = s[0] == u'-';
-        const size_t first = hadMinus ? 1 : 0;
-        std::u16string integer = s.substr(first, point - first);
-        integer.erase(0, integer.find_first_not_of(u'0'));
-        std::u16string fraction = point < s.size() ? s.substr(point + 1) : std::u16string();
-        DropTrailingZeros(fraction);
+        const std::u16string_view text(s);
+        const size_t integerStart = std::min(text.find_first_not_of(u'0', hadMinus ? 1 : 0), point);
+        std::u16string integer(text.substr(integerStart, point - integerStart));
+        std::u16string_view digits = point < text.size() ? text.substr(point + 1) : std::u16string_view();
+        digits = digits.substr(0, digits.find_last_not_of(u'0') + 1);
 
         // Never more than 19 digits in all, nor more than 12 asked-for decimals.
         const long long room = std::max<long long>(kMaxDigits - static_cast<long long>(integer.size()), 0);
         long long m = std::min(n, kMaxRoundedDecimals);
         if (m < 0 || m > room) m = room;
 
+        const bool cut = static_cast<long long>(digits.size()) > m;
+        const bool up = cut && digits[static_cast<size_t>(m)] > u'4';
+        std::u16string fraction(cut ? digits.substr(0, static_cast<size_t>(m)) : digits);
         bool carry = false;
-        if (static_cast<long long>(fraction.size()) > m) {
-            const bool up = fraction[static_cast<size_t>(m)] > u'4';
-            fraction.resize(static_cast<size_t>(m));
+        if (cut) {
             carry = up && AddOne(fraction);
             DropTrailingZeros(fraction);
         }
