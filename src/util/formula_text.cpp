@@ -96,9 +96,9 @@ void CUtilityCalc::Attach_Quotes(CString& text) {
             return;
         }
         if (!text.IsEmpty()) Dettach_Quotes(text, nullptr);
-        // A "'" in the first place is left to the single quotes around it.
-        const char16_t quote = text.Find(u'\'', 1) < 0 ? u'\'' : u'"';
         std::u16string& s = text.Str();
+        // A "'" in the first place is left to the single quotes around it.
+        const char16_t quote = s.find(u'\'', 1) == std::u16string::npos ? u'\'' : u'"';
         if (s.capacity() < s.size() + 2) {  // one allocation for both quotes
             std::u16string quoted;
             quoted.reserve(s.size() + 2);

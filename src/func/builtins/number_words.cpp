@@ -13,8 +13,8 @@
 #include <qorcalc/vek.h>
 
 #include <algorithm>
-#include <string_view>
 #include <string>
+#include <string_view>
 
 namespace qorcalc::builtins {
 namespace {
