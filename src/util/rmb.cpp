@@ -100,17 +100,17 @@ int WriteFraction(std::u16string& out, std::u16string_view fraction, bool& endsI
 // Cuts the fraction off `amount` (rounded to two places when it has more)
 // and returns it without trailing zeros.
 std::u16string TakeFraction(CString& amount) {
-    int point = amount.Find(u'.');
-    if (point < 0) return std::u16string();
-    if (amount.GetLength() - point - 1 > 2) {
-        CUtilityCalc::RoundStr(amount, 2);
-        point = amount.Find(u'.');
-        if (point < 0) return std::u16string();
-    }
     std::u16string& s = amount.Str();
-    std::u16string fraction = s.substr(static_cast<size_t>(point) + 1);
-    fraction.erase(fraction.find_last_not_of(u'0') + 1);
-    s.resize(static_cast<size_t>(point));
+    size_t point = s.find(u'.');
+    if (point == std::u16string::npos) return std::u16string();
+    if (s.size() - point - 1 > 2) {
+        CUtilityCalc::RoundStr(amount, 2);
+        point = s.find(u'.');
+        if (point == std::u16string::npos) return std::u16string();
+    }
+    const std::u16string_view digits = std::u16string_view(s).substr(point + 1);
+    std::u16string fraction(digits.substr(0, digits.find_last_not_of(u'0') + 1));
+    s.resize(point);
     return fraction;
 }
 
