@@ -6,6 +6,8 @@
 #include "builtin_call.h"
 #include "date_testing.h"
 
+#include <string>
+
 namespace {
 
 using BuiltinsDates = BuiltinCall;
@@ -124,6 +126,24 @@ TEST_F(BuiltinsDates, Now) {
     expect("%Y.%m.%d %H:%M:%S", {""});
     expect("%H:%M+08:00", {"%H:%M%Z"});
     EXPECT_EQ(Run("now", {"week"}).result, "'week'");
+}
+
+// A date argument is read up to a NUL it may hold, however its shape.
+TEST_F(BuiltinsDates, DateArgumentsEndAtANul) {
+    using namespace std::string_literals;
+    struct Case { std::u16string first; int status; const char* result; } cases[] = {
+        {u"2014-03-01\0x"s, 1, "9"},    {u"2014-3-1\0 junk"s, 1, "9"}, {u"2014-03-01 \0"s, 1, "9"},
+        {u"2014-03\0-01"s, 0, ""},      {u"\02014-03-01"s, 0, ""},     {u"2014-03-0\0"s, 0, ""},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(CString(c.first).ToUtf8());
+        CFuncPara para;
+        para.m_strFuncName = u"dateDifDays";
+        para.m_arrParas.Add(CString(c.first));
+        para.m_arrParas.Add(u"2014-03-10");
+        EXPECT_EQ(mnger->Call(para, 1, -1), c.status);
+        EXPECT_EQ(para.m_strResult.ToUtf8(), c.result);
+    }
 }
 
 }  // namespace

@@ -67,6 +67,8 @@ TEST_F(BuiltinsText, CaseBlanksEncodingAndFormats) {
         {"encodeURIComponent", {"a/b?c=1"}, "'a%2fb%3fc%3d1'"}, {"encodeURI", {}, "E1003:encodeURI()"},
         {"RMB", {"-12.3"}, "'负壹拾贰元叁角整'"}, {"RMB", {"1,234.567"}, "'壹仟贰佰叁拾肆元伍角柒分'"},
         {"RMB", {"12a"}, "E1004:RMB(12a)"}, {"RMB", {"12345678901234"}, "E1004:RMB(12345678901234)"},
+        // The writer trims the amount it reads; the failure names it as given.
+        {"RMB", {" 0,012a"}, "E1004:RMB( 0,012a)"}, {"RMB", {"-0,0123.456"}, "'负壹佰贰拾叁元肆角陆分'"},
         {"RMB", {}, "E1003:RMB()"}, {"formatNum", {"1234567.891", "#,##0.00"}, "'1,234,567.89'"},
         {"formatNum", {"42", "0000"}, "'0042'"}, {"formatNum", {"42"}, "E1003:formatNum(42)"},
         {"formatDate", {"2014-03-05 09:07:02", "YYYY年M月D日"}, "'2014年3月5日'"},

@@ -66,6 +66,7 @@ TEST(DisplayFormat, FormatNumPatterns) {
         // "#" takes what is left; only the first run takes digits.
         {"3.14159", "#.#", "3.14159"}, {"1234", "#x#", "1234x#"}, {"0", "#", ""}, {"0", "#0", "0"}, {"-0", "#", "-0"},
         {"1234567", "#,###", "1,234,567"}, {"12", ",##0", "12"}, {"3.5", "0.0#0", "3.50"}, {"3.125", "0.0#", "3.125"},
+        {"12.5", "#x#.#", "12x#.5"}, {"-12.05", "#0.0#x#", "-12.05x#"}, {"7.25", "0.#,#", "7.25,#"},
         // Literals stay where they are, and the value is not scaled.
         {"1234.5", "¥#,##0.00", "¥1,234.50"}, {"0.5", "0.0%", "0.5%"}, {"12", "[#]", "[12]"},
         {"12.5", ".", ""}, {"12.5", "", "12.5"}, {"12.5", "##", "12"}, {"12.5", ".##", ".5"}, {"12.5", "..", ".."},
@@ -84,6 +85,10 @@ TEST(DisplayFormat, FormatNumPatterns) {
     EXPECT_EQ(U8(value), "123");
     C::FormatNum(value, CString(u'.', 5000));
     EXPECT_EQ(U8(value), std::string(5000, '.'));
+    // A pattern that is the value itself is read before the value is written.
+    CString both = U("#,##0.00");
+    C::FormatNum(both, both);
+    EXPECT_EQ(U8(both), "0.00");
 }
 
 TEST(DisplayFormat, PatternOverloadRoundsOnlyFixedDecimals) {

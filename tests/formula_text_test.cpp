@@ -42,6 +42,9 @@ TEST(FormulaText, AttachQuotes) {
         {"abc", "'abc'"}, {"it's", "\"it's\""}, {"'x'", "'x'"}, {"\"x\"", "'x'"},   {"", "''"},
         {"\"", "'\"'"},   {"'", "\"'\""},       {"''", "''"},   {"'it's'", "\"it's\""},
         {"'a", "''a'"},   // a leading quote alone does not count
+        // Texts too long to be kept inline, with room for the quotes or without.
+        {"twelve chars", "'twelve chars'"}, {"it's twelve!", "\"it's twelve!\""},
+        {"'quoted, and long enough'", "'quoted, and long enough'"}, {"\"it's long, and quoted\"", "\"it's long, and quoted\""},
     };
     for (const auto& c : cases) EXPECT_EQ(Edited(U(c.in), [](CString& s) { C::Attach_Quotes(s); }), c.want) << c.in;
 }

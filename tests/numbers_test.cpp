@@ -49,6 +49,11 @@ TEST(Str2Int, DigitsDirectOtherwiseRounded) {
         {u"12345678901234.5", INT_MAX, 12345678901235}, {u"-9223372036854775808", INT_MIN, INT64_MIN},
         {u"99999999999999999999", INT_MAX, INT64_MAX},  {u"9e99", INT_MAX, INT64_MAX},
         {u"-9e999", INT_MIN, INT64_MIN},
+        // Around the nine digits that are read directly, and digits followed by more.
+        {u"0", 0, 0},          {u"007", 7, 7},        {u"999999999", 999999999, 999999999},
+        {u"2147483647", INT_MAX, INT_MAX},            {u"2147483648", INT_MAX, 2147483648},
+        {u"0000000012", 12, 12},                      {u"12a", 12, 12},       {u"12 ", 12, 12},
+        {u"123456789.6", 123456790, 123456790},
     };
     for (const auto& c : cases) {
         EXPECT_EQ(C::Str2Int(c.text), c.want) << U8(c.text);
@@ -123,6 +128,9 @@ TEST(RoundStr, DecimalRoundingOnText) {
         {u"003.10", 2, "003.10"}, {u"-0", -1, "0"},        {u"-", 0, "-"},          {u"-", -1, "0"},
         {u"", 2, ""},            {u"...", 2, ""},          {u"1.5", INT_MIN, "1.5"},
         {u"1.5", 20, "1.50000000000000000000"},
+        // Blanks at either end only, and trailing points after them.
+        {u"\u30002.345", 2, "2.35"}, {u"2.345\t", 2, "2.35"}, {u"7.. ", 0, "7"}, {u" 7.", 1, "7.0"},
+        {u"2.3 45", 2, "2.3 "},  // an inner blank is a digit place like any other
         // No more than 19 digits in all, nor more than 12 asked-for decimals when rounding.
         {u"1234567890123456789.55", 1, "1234567890123456790"},
         {u"12345678901234567.8951", 3, "12345678901234567.90"},

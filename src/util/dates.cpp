@@ -5,6 +5,8 @@
 // Every routine is total: a text of any length or shape reads as a date or is
 // rejected in one pass over it, and a pattern of any shape is filled in one
 // pass per field.
+#include "util/date_read.h"
+
 #include "support/civil_date.h"
 #include "support/text.h"
 
@@ -50,20 +52,56 @@ int ReadFields(std::u16string_view text, int dateOnly, std::array<int, kFieldCou
     return index + 1;
 }
 
-// "YYYYMMDD".
-void ReadEightDigits(std::u16string_view text, std::array<int, kFieldCount>& fields) {
-    fields.fill(0);
-    const auto number = [&](size_t first, size_t count) {
-        int value = 0;
-        for (size_t i = first; i < first + count; ++i) value = value * 10 + (text[i] - u'0');
-        return value;
-    };
-    fields[kYear] = number(0, 4);
-    fields[kMonth] = number(4, 2);
-    fields[kDay] = number(6, 2);
+// The date of four year digits at the start and two month and two day
+// digits at the places given, all known to be digits.
+void ReadDateDigits(std::u16string_view text, size_t month, size_t day, std::array<int, kFieldCount>& fields) {
+    const auto at = [&](size_t i) { return text[i] - u'0'; };
+    fields = {at(0) * 1000 + at(1) * 100 + at(2) * 10 + at(3), at(month) * 10 + at(month + 1), at(day) * 10 + at(day + 1),
+              0, 0, 0};
 }
 
-bool AllDigits(std::u16string_view text) { return std::all_of(text.begin(), text.end(), IsAsciiDigit); }
+bool AllDigits(std::u16string_view text) {
+    for (const char16_t ch : text)
+        if (!IsAsciiDigit(ch)) return false;
+    return true;
+}
+
+// "YYYY-MM-DD", the shape most dates come in, read at its fixed places into
+// what ReadFields would read from it; false for any other text.
+bool ReadIsoDate(std::u16string_view text, std::array<int, kFieldCount>& fields) {
+    static constexpr size_t kDigitPlaces[] = {0, 1, 2, 3, 5, 6, 8, 9};
+    if (text.size() != 10 || text[4] != u'-' || text[7] != u'-') return false;
+    for (const size_t i : kDigitPlaces)
+        if (!IsAsciiDigit(text[i])) return false;
+    ReadDateDigits(text, 5, 8, fields);
+    return true;
+}
+
+// The fields of a date text without its leading blanks: 1 read, 0 broken,
+// -1 for the XML form, which has a reader of its own.
+int ReadDateFields(std::u16string_view text, int dateOnly, std::array<int, kFieldCount>& fields) {
+    if (ReadIsoDate(text, fields)) return 1;
+    if (text.find(u'T') != std::u16string_view::npos) return -1;
+    if (AllDigits(text)) {  // "YYYYMMDD"
+        if (text.size() != 8) return 0;
+        ReadDateDigits(text, 4, 6, fields);
+        return 1;
+    }
+    return ReadFields(text, dateOnly, fields) >= 3 ? 1 : 0;
+}
+
+// The date the fields read make into `out`: 1, also for all-zero fields (a
+// null date, `out` left as it is), 0 for fields out of range or no date.
+int DateOfFields(const std::array<int, kFieldCount>& f, COleDateTime* out) {
+    if (f[kYear] + f[kMonth] + f[kDay] == 0) return 1;  // a null date
+    if (f[kYear] < 1000 || f[kMonth] < 1 || f[kMonth] > 12 || f[kDay] < 1 || f[kDay] > 31 || f[kHour] > 24 ||
+        f[kMinute] > 59 || f[kSecond] > 59)
+        return 0;
+    COleDateTime date;
+    if (date.SetDateTime(f[kYear], f[kMonth], f[kDay], f[kHour], f[kMinute], f[kSecond]) != 0) return 0;
+    if (out) *out = date;
+    return 1;
+}
 
 // --- FormatDate --------------------------------------------------------------
 
@@ -181,23 +219,21 @@ int CUtilityCalc::String2Time(const char16_t* text, COleDateTime* out, int dateO
     std::u16string_view view = text ? std::u16string_view(text) : std::u16string_view();
     view.remove_prefix(std::min(view.find_first_not_of(u' '), view.size()));
     if (view.empty()) return 1;
-    if (view.find(u'T') != std::u16string_view::npos) return CVek::XMLString2Time(text, out);
 
     std::array<int, kFieldCount> f;
-    if (AllDigits(view)) {
-        if (view.size() != 8) return 0;
-        ReadEightDigits(view, f);
-    } else if (ReadFields(view, dateOnly, f) < 3) {
-        return 0;
-    }
-    if (f[kYear] + f[kMonth] + f[kDay] == 0) return 1;  // a null date
-    if (f[kYear] < 1000 || f[kMonth] < 1 || f[kMonth] > 12 || f[kDay] < 1 || f[kDay] > 31 || f[kHour] > 24 ||
-        f[kMinute] > 59 || f[kSecond] > 59)
-        return 0;
-    COleDateTime date;
-    if (date.SetDateTime(f[kYear], f[kMonth], f[kDay], f[kHour], f[kMinute], f[kSecond]) != 0) return 0;
-    if (out) *out = date;
-    return 1;
+    const int read = ReadDateFields(view, dateOnly, f);
+    if (read < 0) return CVek::XMLString2Time(text, out);
+    if (read == 0) return 0;
+    return DateOfFields(f, out);
+}
+
+// A text of the fixed shape holds no NUL, so it reads as its C string would;
+// any other is read as one.
+int qorcalc::util::ReadDateText(const CString& text, COleDateTime* out, int dateOnly) {
+    std::array<int, kFieldCount> f;
+    if (!ReadIsoDate(text.Str(), f)) return CUtilityCalc::String2Time(text, out, dateOnly);
+    if (out) out->SetStatus(COleDateTime::null);
+    return DateOfFields(f, out);
 }
 
 // With dateOnly set only the month and the day are compared: the year is

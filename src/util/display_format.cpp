@@ -15,6 +15,7 @@
 
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace {
 
@@ -34,7 +35,7 @@ int DecimalsOf(uint8_t format) {
 // `integer` with "," between every three characters counted from the right.
 std::u16string Grouped(std::u16string_view integer) {
     std::u16string out;
-    out.reserve(integer.size() + integer.size() / 3);
+    out.reserve(integer.size() + (integer.empty() ? 0 : (integer.size() - 1) / 3));
     for (size_t i = 0; i < integer.size(); ++i) {
         if (i > 0 && (integer.size() - i) % 3 == 0) out += u',';
         out += integer[i];
@@ -78,23 +79,25 @@ PatternDigits ReadDigits(const std::u16string& text) {
     return d;
 }
 
-// Replaces the run of "#" (with the "," inside and around it when
-// `withCommas`) that holds the first "#" by `digits`.  Later "#" stay literal.
-void FillHashRun(std::u16string& pattern, const std::u16string& digits, bool withCommas) {
-    const size_t hash = pattern.find(u'#');
+// In the pattern that `text` holds from `base` on, replaces the run of "#"
+// (with the "," inside and around it when `withCommas`) that holds the first
+// "#" by `digits`.  Later "#" stay literal.
+void FillHashRun(std::u16string& text, size_t base, std::u16string_view digits, bool withCommas) {
+    const size_t hash = text.find(u'#', base);
     if (hash == std::u16string::npos) return;
     auto inRun = [&](char16_t c) { return c == u'#' || (withCommas && c == u','); };
     size_t first = hash;
-    while (first > 0 && inRun(pattern[first - 1])) --first;
+    while (first > base && inRun(text[first - 1])) --first;
     size_t last = hash;
-    while (last < pattern.size() && inRun(pattern[last])) ++last;
-    pattern.replace(first, last - first, digits);
+    while (last < text.size() && inRun(text[last])) ++last;
+    text.replace(first, last - first, digits);
 }
 
-// Integer pattern: "0" places take digits from the right (the sign travels
-// with the digits and fills a place like one); whatever is left goes into the
-// first "#" run.  Without a "#", digits that found no place are dropped.
-std::u16string FillIntegerPattern(std::u16string pattern, const PatternDigits& d) {
+// Appends the integer pattern filled: "0" places take digits from the right
+// (the sign travels with the digits and fills a place like one); whatever is
+// left goes into the first "#" run.  Without a "#", digits that found no
+// place are dropped.
+void AppendIntegerPart(std::u16string& out, std::u16string_view pattern, PatternDigits& d) {
     size_t hashes = 0, zeros = 0;
     bool comma = false;
     for (const char16_t c : pattern) {
@@ -104,35 +107,37 @@ std::u16string FillIntegerPattern(std::u16string pattern, const PatternDigits& d
     }
     // A pattern of "0" places alone keeps its "," as a literal between them.
     const bool grouping = comma && !(hashes == 0 && zeros > 0);
-    std::u16string digits = grouping ? Grouped(d.integer) : d.integer;
+    std::u16string digits = grouping ? Grouped(d.integer) : std::move(d.integer);
     if (digits.empty() && d.negative) digits = u"0";
     if (d.negative) digits.insert(0, 1, u'-');
 
+    const size_t base = out.size();
+    out.append(pattern);
     if (zeros > 0) {
-        for (size_t i = pattern.size(); i > 0 && !digits.empty(); --i) {
-            if (pattern[i - 1] != u'0') continue;
-            pattern[i - 1] = digits.back();
+        for (size_t i = out.size(); i > base && !digits.empty(); --i) {
+            if (out[i - 1] != u'0') continue;
+            out[i - 1] = digits.back();
             digits.pop_back();
         }
     }
-    if (hashes > 0) FillHashRun(pattern, digits, true);
-    return pattern;
+    if (hashes > 0) FillHashRun(out, base, digits, true);
 }
 
-// Fraction pattern: "0" places from the first one take digits from the left;
-// the first "#" run takes all that remain.  Nothing is rounded.
-std::u16string FillFractionPattern(std::u16string pattern, const PatternDigits& d) {
-    std::u16string digits = d.fraction;
-    const size_t zero = pattern.find(u'0');
+// Appends the fraction pattern filled: "0" places from the first one take
+// digits from the left; the first "#" run takes all that remain.  Nothing is
+// rounded.
+void AppendFractionPart(std::u16string& out, std::u16string_view pattern, std::u16string_view digits) {
+    const size_t base = out.size();
+    out.append(pattern);
+    const size_t zero = out.find(u'0', base);
     if (zero != std::u16string::npos) {
         size_t used = 0;
-        for (size_t i = zero; i < pattern.size() && used < digits.size(); ++i) {
-            if (pattern[i] == u'0') pattern[i] = digits[used++];
+        for (size_t i = zero; i < out.size() && used < digits.size(); ++i) {
+            if (out[i] == u'0') out[i] = digits[used++];
         }
-        digits.erase(0, used);
+        digits.remove_prefix(used);
     }
-    FillHashRun(pattern, digits, false);
-    return pattern;
+    FillHashRun(out, base, digits, false);
 }
 
 }  // namespace
@@ -241,15 +246,21 @@ void CUtilityCalc::ConvertToDispFormat(double value, CString& out, const CString
 void CUtilityCalc::FormatNum(CString& value, const CString& pattern) {
     ShieldedInto(u"CUtilityCalc::FormatNum", [&] {
         if (pattern.IsEmpty()) return;
-        const int point = pattern.Find(u'.');
-        const std::u16string integerPattern = point < 0 ? pattern.Str() : pattern.Str().substr(0, point);
-        const std::u16string fractionPattern = point < 0 ? std::u16string() : pattern.Str().substr(point + 1);
-        const PatternDigits digits = ReadDigits(value.Str());
-        value.Empty();
-        if (!integerPattern.empty()) value = CString(FillIntegerPattern(integerPattern, digits));
+        // The text is written over the value; a pattern that is the value
+        // itself is read from a copy.
+        std::u16string aside;
+        const std::u16string_view whole = &pattern == &value ? (aside = pattern.Str()) : pattern.Str();
+        const size_t point = whole.find(u'.');
+        const std::u16string_view integerPattern = whole.substr(0, point);
+        const std::u16string_view fractionPattern =
+            point == std::u16string_view::npos ? std::u16string_view() : whole.substr(point + 1);
+        PatternDigits digits = ReadDigits(value.Str());
+        std::u16string& out = value.Str();
+        out.clear();
+        if (!integerPattern.empty()) AppendIntegerPart(out, integerPattern, digits);
         if (!fractionPattern.empty()) {
-            value += u'.';
-            value += CString(FillFractionPattern(fractionPattern, digits));
+            out += u'.';
+            AppendFractionPart(out, fractionPattern, digits.fraction);
         }
     }, value);
 }

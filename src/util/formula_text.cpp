@@ -96,10 +96,17 @@ void CUtilityCalc::Attach_Quotes(CString& text) {
             return;
         }
         if (!text.IsEmpty()) Dettach_Quotes(text, nullptr);
+        std::u16string& s = text.Str();
         // A "'" in the first place is left to the single quotes around it.
-        const char16_t quote = text.Find(u'\'', 1) < 0 ? u'\'' : u'"';
-        text.Str().insert(text.Str().begin(), quote);
-        text.Str() += quote;
+        const char16_t quote = s.find(u'\'', 1) == std::u16string::npos ? u'\'' : u'"';
+        if (s.capacity() < s.size() + 2) {  // one allocation for both quotes
+            std::u16string quoted;
+            quoted.reserve(s.size() + 2);
+            s.swap(quoted.append(1, quote).append(s));
+        } else {
+            s.insert(s.begin(), quote);
+        }
+        s += quote;
     }, text);
 }
 

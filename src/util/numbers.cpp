@@ -27,6 +27,7 @@
 using qorcalc::detail::Shielded;
 using qorcalc::detail::ShieldedInto;
 using qorcalc::support::IsAsciiDigit;
+using qorcalc::support::iswspace16;
 
 namespace {
 
@@ -61,18 +62,19 @@ const char16_t* SkipSpaces(const char16_t* p) {
 
 int OnlySpaces(const char16_t* p) { return *SkipSpaces(p) == 0; }
 
-CString Widen(const char* first, const char* last) {
-    return CString(std::u16string(first, last));
+// Widen into `out`, reusing its storage: the characters are copied over
+// in place (assigning from narrow characters would build a wide copy first).
+void AssignWidened(CString& out, const char* first, const char* last) {
+    std::u16string& s = out.Str();
+    s.resize(static_cast<size_t>(last - first));
+    std::copy(first, last, s.begin());
 }
 
-// Widen into `out`, reusing its storage.
-void AssignWidened(CString& out, const char* first, const char* last) { out.Str().assign(first, last); }
-
 template <class Int>
-CString IntegerText(Int value) {
+void AssignInteger(CString& out, Int value) {
     char buf[24];
     const auto res = std::to_chars(buf, buf + sizeof buf, value);
-    return Widen(buf, res.ptr);
+    AssignWidened(out, buf, res.ptr);
 }
 
 // atof over the scanned buffer: the longest number at its start, 0.0 when
@@ -235,6 +237,14 @@ double CUtilityCalc::Str2Double(const char16_t* text) {
 
 int CUtilityCalc::Str2Int(const char16_t* text) {
     if (!text || !*text) return 0;
+    // Nine digits or fewer alone, as counts and positions come, cannot
+    // overflow: they are read without the general reader's checks.
+    constexpr int kSafeDigits = 9;
+    int value = 0;
+    for (int i = 0; i < kSafeDigits && IsAsciiDigit(text[i]); ++i) {
+        value = value * 10 + (text[i] - u'0');
+        if (!text[i + 1]) return value;
+    }
     if (AllOf(text, IsDigitOrMinus)) return qorcalc::support::wtoi(text);
     return Double2Int(Str2Double(text));
 }
@@ -309,18 +319,19 @@ void CUtilityCalc::Double2Str(CString& out, double value, int decimals) {
 }
 
 void CUtilityCalc::Int64Str(CString& out, int64_t value) {
-    ShieldedInto(u"CUtilityCalc::Int64Str", [&] { out = IntegerText(value); }, out);
+    ShieldedInto(u"CUtilityCalc::Int64Str", [&] { AssignInteger(out, value); }, out);
 }
 
 void CUtilityCalc::UInt64Str(CString& out, int64_t value) {
-    ShieldedInto(u"CUtilityCalc::UInt64Str", [&] { out = IntegerText(static_cast<uint64_t>(value)); }, out);
+    ShieldedInto(u"CUtilityCalc::UInt64Str", [&] { AssignInteger(out, static_cast<uint64_t>(value)); }, out);
 }
 
 void CUtilityCalc::RoundStr(CString& number, int decimals) {
     ShieldedInto(u"CUtilityCalc::RoundStr", [&] {
-        number.Trim();
-        number.TrimRight(u'.');
         std::u16string& s = number.Str();
+        // Most numbers have nothing to trim: their ends are looked at first.
+        if (!s.empty() && (iswspace16(s.front()) || iswspace16(s.back()))) number.Trim();
+        if (!s.empty() && s.back() == u'.') number.TrimRight(u'.');
         if (s.empty()) return;
         const size_t point = std::min(s.find(u'.'), s.size());
         const long long d = point < s.size() ? static_cast<long long>(s.size() - point - 1) : 0;
@@ -333,22 +344,25 @@ void CUtilityCalc::RoundStr(CString& number, int decimals) {
             return;
         }
 
+        // The integer without leading zeros and the fraction without trailing
+        // ones are copied out as far as they are kept.
         const bool hadMinus = s[0] == u'-';
-        const size_t first = hadMinus ? 1 : 0;
-        std::u16string integer = s.substr(first, point - first);
-        integer.erase(0, integer.find_first_not_of(u'0'));
-        std::u16string fraction = point < s.size() ? s.substr(point + 1) : std::u16string();
-        DropTrailingZeros(fraction);
+        const std::u16string_view text(s);
+        const size_t integerStart = std::min(text.find_first_not_of(u'0', hadMinus ? 1 : 0), point);
+        std::u16string integer(text.substr(integerStart, point - integerStart));
+        std::u16string_view digits = point < text.size() ? text.substr(point + 1) : std::u16string_view();
+        digits = digits.substr(0, digits.find_last_not_of(u'0') + 1);
 
         // Never more than 19 digits in all, nor more than 12 asked-for decimals.
         const long long room = std::max<long long>(kMaxDigits - static_cast<long long>(integer.size()), 0);
         long long m = std::min(n, kMaxRoundedDecimals);
         if (m < 0 || m > room) m = room;
 
+        const bool cut = static_cast<long long>(digits.size()) > m;
+        const bool up = cut && digits[static_cast<size_t>(m)] > u'4';
+        std::u16string fraction(cut ? digits.substr(0, static_cast<size_t>(m)) : digits);
         bool carry = false;
-        if (static_cast<long long>(fraction.size()) > m) {
-            const bool up = fraction[static_cast<size_t>(m)] > u'4';
-            fraction.resize(static_cast<size_t>(m));
+        if (cut) {
             carry = up && AddOne(fraction);
             DropTrailingZeros(fraction);
         }
@@ -363,8 +377,14 @@ void CUtilityCalc::RoundStr(CString& number, int decimals) {
         if (carry && AddOne(integer)) integer.insert(0, 1, u'1');
         if (n >= 0 && m > 0) fraction.resize(static_cast<size_t>(m), u'0');
 
-        s = negative ? u"-" + integer : integer;
-        if (!fraction.empty()) s += u'.' + fraction;
+        // Written over the number's own storage, without joined temporaries.
+        s.clear();
+        if (negative) s += u'-';
+        s += integer;
+        if (!fraction.empty()) {
+            s += u'.';
+            s += fraction;
+        }
     }, number);
 }
 

@@ -33,11 +33,18 @@ inline int TextTooLong(CFuncPara* para) {
     return kOwnText;
 }
 
-// The result becomes `text` in formula quotes.
-inline int SetQuoted(CFuncPara* para, CString text) {
-    CUtilityCalc::Attach_Quotes(text);
-    para->m_strResult = text;
+// The result text put in formula quotes.
+inline int QuoteResult(CFuncPara* para) {
+    CUtilityCalc::Attach_Quotes(para->m_strResult);
     return kOk;
+}
+
+// The result becomes `text` in formula quotes.  It is copied over the
+// result's own storage, which the call record keeps from call to call, so a
+// result that fits costs no allocation.
+inline int SetQuoted(CFuncPara* para, const CString& text) {
+    para->m_strResult = text;
+    return QuoteResult(para);
 }
 
 }  // namespace qorcalc::builtins

@@ -9,6 +9,7 @@
 #include "func/builtins/call_record.h"
 
 #include "support/text.h"
+#include "util/date_read.h"
 
 #include <qorcalc/api.h>
 #include <qorcalc/datetime.h>
@@ -22,7 +23,7 @@ namespace qorcalc::builtins {
 namespace {
 
 bool ReadDate(const CFuncPara* para, int i, COleDateTime& date) {
-    return CUtilityCalc::String2Time(Arg(para, i), &date, 0) && date.GetStatus() == COleDateTime::valid;
+    return util::ReadDateText(Arg(para, i), &date, 0) && date.GetStatus() == COleDateTime::valid;
 }
 
 int SetDate(CFuncPara* para, const COleDateTime& date) {

@@ -13,8 +13,8 @@
 #include <qorcalc/vek.h>
 
 #include <algorithm>
+#include <string>
 #include <string_view>
-#include <vector>
 
 namespace qorcalc::builtins {
 namespace {
@@ -46,7 +46,24 @@ const char16_t* const kOnes[20] = {u"zero",    u"one",     u"two",       u"three
 const char16_t* const kTens[10] = {nullptr,  nullptr, u"twenty",  u"thirty", u"forty",
                                    u"fifty", u"sixty", u"seventy", u"eighty", u"ninety"};
 
-using Words = std::vector<const char16_t*>;
+// The words of a number, joined by single spaces as they are added, so the
+// text is built in one buffer (the caller's, emptied) without a list of
+// words first.
+class Words {
+public:
+    explicit Words(std::u16string& text) : m_text(text) { m_text.clear(); }
+    void Add(const char16_t* word) {
+        if (!m_text.empty()) m_text += u' ';
+        m_text += word;
+    }
+    bool Empty() const { return m_text.empty(); }
+    // Grows with every word, so a group that added words shows in it.
+    size_t Length() const { return m_text.size(); }
+    std::u16string& Text() { return m_text; }
+
+private:
+    std::u16string& m_text;
+};
 
 void DropLeadingZeros(std::u16string_view& digits) {
     while (!digits.empty() && digits.front() == u'0') digits.remove_prefix(1);
@@ -55,11 +72,11 @@ void DropLeadingZeros(std::u16string_view& digits) {
 // 1..99: a teen word, or the tens word and the unit word unless it is 0.
 void SpellBelowHundred(int value, Words& words) {
     if (value < 20) {
-        words.push_back(kOnes[value]);
+        words.Add(kOnes[value]);
         return;
     }
-    words.push_back(kTens[value / 10]);
-    if (value % 10) words.push_back(kOnes[value % 10]);
+    words.Add(kTens[value / 10]);
+    if (value % 10) words.Add(kOnes[value % 10]);
 }
 
 // One group of at most three digits.  With the "and" rule on (the units
@@ -69,18 +86,18 @@ void SpellBelowHundred(int value, Words& words) {
 void SpellGroup(std::u16string_view digits, bool andRule, Words& words) {
     DropLeadingZeros(digits);
     if (digits.empty()) return;
-    const bool precededByWords = !words.empty();
+    const bool precededByWords = !words.Empty();
     bool hundreds = false;
     if (digits.size() == 3) {
-        if (andRule && precededByWords && digits.substr(1) == u"00") words.push_back(u"and");
-        words.push_back(kOnes[digits.front() - u'0']);
-        words.push_back(u"hundred");
+        if (andRule && precededByWords && digits.substr(1) == u"00") words.Add(u"and");
+        words.Add(kOnes[digits.front() - u'0']);
+        words.Add(u"hundred");
         digits.remove_prefix(1);
         DropLeadingZeros(digits);
         hundreds = true;
     }
     if (digits.empty()) return;
-    if (andRule && (hundreds || precededByWords)) words.push_back(u"and");
+    if (andRule && (hundreds || precededByWords)) words.Add(u"and");
     int value = 0;
     for (char16_t ch : digits) value = value * 10 + (ch - u'0');
     SpellBelowHundred(value, words);
@@ -88,9 +105,9 @@ void SpellGroup(std::u16string_view digits, bool andRule, Words& words) {
 
 // A group spelt and followed by its scale word, when it produced words.
 void SpellScaledGroup(std::u16string_view digits, const char16_t* scale, Words& words) {
-    const size_t before = words.size();
+    const size_t before = words.Length();
     SpellGroup(digits, false, words);
-    if (words.size() > before) words.push_back(scale);
+    if (words.Length() > before) words.Add(scale);
 }
 
 // Two digits from 11 to 99 are read as one number (3.14 is three point
@@ -101,16 +118,22 @@ void SpellFraction(std::u16string_view fraction, Words& words) {
         SpellBelowHundred(value, words);
         return;
     }
-    for (char16_t ch : fraction) words.push_back(kOnes[ch - u'0']);
+    for (char16_t ch : fraction) words.Add(kOnes[ch - u'0']);
 }
 
-// The number in English words; empty when it has more than twelve whole
-// digits or a character that is not a digit.
-CString SpellEnglish(const CString& number, int keepZeros) {
-    std::u16string text;
-    for (char16_t ch : number.Str())
-        if (ch != u',' && ch != u' ') text += ch;
-    std::u16string_view rest = text;
+// The number in English words into `out`; empty when it has more than
+// twelve whole digits or a character that is not a digit.
+void SpellEnglish(const CString& number, int keepZeros, std::u16string& out) {
+    // Group separators and blanks are ignored; most numbers have none, and
+    // are read where they stand.
+    std::u16string_view rest = number.Str();
+    std::u16string filtered;
+    if (rest.find_first_of(u", ") != std::u16string_view::npos) {
+        filtered.reserve(rest.size());
+        for (char16_t ch : rest)
+            if (ch != u',' && ch != u' ') filtered += ch;
+        rest = filtered;
+    }
     const bool negative = !rest.empty() && rest.front() == u'-';
     if (negative) rest.remove_prefix(1);
     DropLeadingZeros(rest);
@@ -120,10 +143,13 @@ CString SpellEnglish(const CString& number, int keepZeros) {
     std::u16string_view fraction = point == std::u16string_view::npos ? std::u16string_view() : rest.substr(point + 1);
     if (!keepZeros)
         while (!fraction.empty() && fraction.back() == u'0') fraction.remove_suffix(1);
-    if (whole.size() > CALC_MAX_ENGLISH_DIGITS || !AllDigits(whole) || !AllDigits(fraction)) return CString();
-    if (whole.empty() && fraction.empty()) return CString(u"zero");
+    Words words(out);
+    if (whole.size() > CALC_MAX_ENGLISH_DIGITS || !AllDigits(whole) || !AllDigits(fraction)) return;
+    if (whole.empty() && fraction.empty()) {
+        words.Add(kOnes[0]);
+        return;
+    }
 
-    Words words;
     const size_t n = whole.size();
     const auto group = [&](size_t fromRight) {  // the three digits ending `fromRight` digits from the end
         const size_t end = n > fromRight ? n - fromRight : 0;
@@ -135,18 +161,12 @@ CString SpellEnglish(const CString& number, int keepZeros) {
     SpellScaledGroup(group(3), u"thousand", words);
     SpellGroup(group(0), true, words);
     if (!fraction.empty()) {
-        if (words.empty()) words.push_back(kOnes[0]);
-        words.push_back(u"point");
+        if (words.Empty()) words.Add(kOnes[0]);
+        words.Add(u"point");
         SpellFraction(fraction, words);
     }
-    if (negative) words.insert(words.begin(), u"minus");
-
-    CString out;
-    for (const char16_t* word : words) {
-        if (!out.IsEmpty()) out += u' ';
-        out += word;
-    }
-    return out;
+    // Words were written: a number that is all zeros returned "zero" above.
+    if (negative) words.Text().insert(0, u"minus ");
 }
 
 // --- Chinese dates ------------------------------------------------------------
@@ -251,7 +271,7 @@ int ChineseNum(CFuncPara* para, int argc) {
 
 int EnglishNum(CFuncPara* para, int argc) {
     if (argc < 1) return kWrongCount;
-    para->m_strResult = SpellEnglish(Arg(para, 0), IntArg(para, argc, 1, 1));
+    SpellEnglish(Arg(para, 0), IntArg(para, argc, 1, 1), para->m_strResult.Str());
     return kOk;
 }
 

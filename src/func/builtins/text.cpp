@@ -10,6 +10,7 @@
 #include <qorcalc/vek.h>
 
 #include <algorithm>
+#include <string>
 
 namespace qorcalc::builtins {
 namespace {
@@ -17,11 +18,16 @@ namespace {
 // The optional case flag at argument `i`: false when absent.
 bool CaseFlag(const CFuncPara* para, int argc, int i) { return i < argc && CVek::Str2Bool(Arg(para, i)); }
 
-int LeftOrRight(CFuncPara* para, int argc, CString (CString::*take)(int) const) {
+// The first `count` characters of the first argument, or the last ones,
+// copied straight into the result.
+int LeftOrRight(CFuncPara* para, int argc, bool fromLeft) {
     if (argc != 2) return kWrongCount;
     const int count = IntArg(para, argc, 1, 0);
     if (count < 0) return kWrongCount;
-    return SetQuoted(para, (Arg(para, 0).*take)(count));
+    const std::u16string& text = Arg(para, 0).Str();
+    const size_t n = std::min(static_cast<size_t>(count), text.size());
+    para->m_strResult.Str().assign(text, fromLeft ? 0 : text.size() - n, n);
+    return QuoteResult(para);
 }
 
 // The first argument changed by `change`, quoted; no argument gives an
@@ -72,8 +78,8 @@ int Len(CFuncPara* para, int argc) {
     return kOk;
 }
 
-int Left(CFuncPara* para, int argc) { return LeftOrRight(para, argc, &CString::Left); }
-int Right(CFuncPara* para, int argc) { return LeftOrRight(para, argc, &CString::Right); }
+int Left(CFuncPara* para, int argc) { return LeftOrRight(para, argc, true); }
+int Right(CFuncPara* para, int argc) { return LeftOrRight(para, argc, false); }
 
 int Mid(CFuncPara* para, int argc) {
     if (argc != 3) return kWrongCount;
@@ -175,16 +181,18 @@ int TrimRight(CFuncPara* para, int argc) { return TrimEnds(para, argc, Ends::Rig
 int EncodeURI(CFuncPara* para, int argc) { return Encode(para, argc, 0); }
 int EncodeURIComponent(CFuncPara* para, int argc) { return Encode(para, argc, 1); }
 
-// An amount the capital-numeral writer cannot take is a bad argument.
+// An amount the capital-numeral writer cannot take is a bad argument.  The
+// writer trims the amount it reads, so it is given the argument itself
+// rather than a copy.
 int Rmb(CFuncPara* para, int argc) {
     if (argc != 1) return kWrongCount;
-    CString amount = Arg(para, 0);
-    return CUtilityCalc::RMB(para->m_strResult, amount, 1) ? kOk : kBadValue;
+    return CUtilityCalc::RMB(para->m_strResult, para->m_arrParas[0], 1) ? kOk : kBadValue;
 }
 
+// The number is formatted where it stands, as an argument may be changed.
 int FormatNum(CFuncPara* para, int argc) {
     if (argc < 2) return kWrongCount;
-    CString number = Arg(para, 0);
+    CString& number = para->m_arrParas[0];
     CUtilityCalc::FormatNum(number, Arg(para, 1));
     return SetQuoted(para, number);
 }
