@@ -182,19 +182,21 @@ int EncodeURI(CFuncPara* para, int argc) { return Encode(para, argc, 0); }
 int EncodeURIComponent(CFuncPara* para, int argc) { return Encode(para, argc, 1); }
 
 // An amount the capital-numeral writer cannot take is a bad argument.  The
-// writer trims the amount it reads, so it is given the argument itself
-// rather than a copy.
+// writer trims the amount it reads, so it is given the argument itself,
+// kept first as handed over for the failure.
 int Rmb(CFuncPara* para, int argc) {
     if (argc != 1) return kWrongCount;
+    func::KeepArguments(*para);
     return CUtilityCalc::RMB(para->m_strResult, para->m_arrParas[0], 1) ? kOk : kBadValue;
 }
 
-// The number is formatted where it stands, as an argument may be changed.
+// The number is formatted in the result's own storage, which the call
+// record keeps from call to call.
 int FormatNum(CFuncPara* para, int argc) {
     if (argc < 2) return kWrongCount;
-    CString& number = para->m_arrParas[0];
-    CUtilityCalc::FormatNum(number, Arg(para, 1));
-    return SetQuoted(para, number);
+    para->m_strResult = Arg(para, 0);
+    CUtilityCalc::FormatNum(para->m_strResult, Arg(para, 1));
+    return QuoteResult(para);
 }
 
 int FormatDate(CFuncPara* para, int argc) {
