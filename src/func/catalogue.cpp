@@ -177,46 +177,51 @@ const CatalogueEntry& BuiltinAt(int index) { return TheCatalogue().entries[stati
 
 namespace {
 
-// The lookup is a function of the folded name alone, and a report asks for
-// the same few names over and over: each thread keeps the answers for the
-// names it asked last, one per slot of a small table indexed by a hash of
-// the name.  Plain data, so it can be read at any point of a thread's life.
+// The lookup is a function of the name alone, and a report asks for the
+// same few names over and over, spelt the same way: each thread keeps the
+// answers for the spellings it asked last, one per slot of a small table
+// indexed by a hash of the spelling.  Plain data,
+// so it can be read at any point of a thread's life.
 struct CRecentName {
-    char16_t key[32];
+    char16_t spelling[32];
     uint16_t length = 0;  // 0: an empty slot (no name is empty and a built-in)
     int16_t index = -1;
 };
 constexpr size_t kRecentNames = 64;
+constexpr size_t kMaxNameLength = 31;  // no built-in name comes near it
 thread_local CRecentName t_recentNames[kRecentNames];
+
+int LookUpFolded(const char16_t* name, size_t n) {
+    // Only ASCII letters are folded, as in the lookup, so that the process
+    // locale (a Turkish dotless i, say) never hides a built-in.
+    char16_t key[kMaxNameLength + 1];
+    for (size_t i = 0; i < n; ++i)
+        key[i] = name[i] >= u'A' && name[i] <= u'Z' ? static_cast<char16_t>(name[i] - u'A' + u'a') : name[i];
+    key[n] = 0;
+    const int found = TheCatalogue().lookup.BSearch(key);
+    // The lookup may hold one empty string after the last name (the blob ends
+    // with a terminator); it is no built-in.
+    return found >= 0 && found < kBuiltinCount ? found : -1;
+}
 
 }  // namespace
 
 int FindBuiltin(const char16_t* name) {
     if (!name) return -1;
-    // Only ASCII letters are folded, as in the lookup, so that the process
-    // locale (a Turkish dotless i, say) never hides a built-in.
-    // Folded in a small buffer: no built-in name comes near its length, so a
-    // longer name is no built-in and the lookup allocates nothing.
-    char16_t key[32];
     size_t n = 0;
     uint32_t hash = 2166136261u;
     for (; name[n]; ++n) {
-        if (n + 1 == sizeof key / sizeof key[0]) return -1;
-        const char16_t ch = name[n];
-        key[n] = ch >= u'A' && ch <= u'Z' ? static_cast<char16_t>(ch - u'A' + u'a') : ch;
-        hash = (hash ^ key[n]) * 16777619u;
+        // A longer name is no built-in, and the lookup allocates nothing.
+        if (n == kMaxNameLength) return -1;
+        hash = (hash ^ name[n]) * 16777619u;
     }
-    key[n] = 0;
+    if (n == 0) return -1;
     CRecentName& recent = t_recentNames[hash % kRecentNames];
-    if (n > 0 && recent.length == n && std::equal(key, key + n, recent.key)) return recent.index;
-    const CStringPool& lookup = TheCatalogue().lookup;
-    const int found = lookup.BSearch(key);
-    // The lookup may hold one empty string after the last name (the blob ends
-    // with a terminator); it is no built-in.
-    const int index = found >= 0 && found < kBuiltinCount ? found : -1;
+    if (recent.length == n && std::equal(name, name + n, recent.spelling)) return recent.index;
+    const int index = LookUpFolded(name, n);
     // Before the catalogue is built every name is unknown; that is not kept.
-    if (n > 0 && lookup.GetSize() > 0) {
-        std::copy(key, key + n, recent.key);
+    if (TheCatalogue().lookup.GetSize() > 0) {
+        std::copy(name, name + n, recent.spelling);
         recent.length = static_cast<uint16_t>(n);
         recent.index = static_cast<int16_t>(index);
     }
