@@ -134,8 +134,11 @@ struct Calculator::Impl {
     std::string Text(uint32_t id, const std::vector<std::string>& args) const {
         return HostText(id, options.language, args);
     }
-    Result Fail(uint32_t id, const std::vector<std::string>& args) const {
-        return Result::Failure({id, -1, Text(id, args)});
+    // Host message `id` as the failure in `result`; false, for the
+    // Answer... members to return.
+    bool Fail(Result& result, uint32_t id, const std::vector<std::string>& args) const {
+        result = Result::Failure({id, -1, Text(id, args)});
+        return false;
     }
     // A failure the engine recorded: its id and its last error text.
     static Result EngineFailure(uint32_t id) {
@@ -144,11 +147,15 @@ struct Calculator::Impl {
 
     bool AnswerText(CCalcNode* root, CCalcNode* term, const std::u16string& text);
     bool AnswerNumberOrText(CCalcNode* root, CCalcNode* term, const std::u16string& text, bool number);
-    std::optional<Result> AnswerName(CCalcNode* root, CCalcNode* term, Bindings& owner);
+    // The Answer... members put the host's answer for `term` into the tree
+    // and return true, or return false with the failure in `result`.
+    bool AnswerName(CCalcNode* root, CCalcNode* term, Bindings& owner, Result& result);
     std::optional<Result> CallHost(const std::u16string& folded, const std::string& name);
-    std::optional<Result> AnswerFunction(CCalcNode* root, CCalcNode* term);
+    bool AnswerFunction(CCalcNode* root, CCalcNode* term, Result& result);
+    bool Substituted(bool ok, Result& result) const;
     std::string CyclePath(Bindings::Impl& bindings, int start) const;
-    Result Done(CCalcNode& root);
+    void Done(CCalcNode& root, Result& result);
+    void Stopped(int code, CCalcNode* pending, Result& result);
 };
 
 // A text always arrives as a text: quoted, so the engine never reads it as a
@@ -204,36 +211,38 @@ std::string Calculator::Impl::CyclePath(Bindings::Impl& bindings, int start) con
     return {};
 }
 
-std::optional<Result> Calculator::Impl::AnswerName(CCalcNode* root, CCalcNode* term, Bindings& owner) {
+// `ok`, the outcome of putting an answer into the tree; a failed
+// substitution is a compile failure of the new text: the error code is not
+// set, the id asked for is the failure's.
+bool Calculator::Impl::Substituted(bool ok, Result& result) const {
+    if (!ok) result = EngineFailure(detail::LastAskedId() ? detail::LastAskedId() : calc->GetLastErrorCode());
+    return ok;
+}
+
+bool Calculator::Impl::AnswerName(CCalcNode* root, CCalcNode* term, Bindings& owner, Result& result) {
     Bindings::Impl& bindings = *owner.m_impl;
     const int slotIndex = bindings.Lookup(out.Str(), owner);
-    if (slotIndex < 0) return Fail(kMsgUnknownName, {ToUtf8(out.Str())});
+    if (slotIndex < 0) return Fail(result, kMsgUnknownName, {ToUtf8(out.Str())});
     Slot& slot = bindings.slots[static_cast<size_t>(slotIndex)];
     bindings.Prepare(slot);
-    bool ok = false;
     detail::ResetLastAskedId();
     switch (slot.answer) {
         case Answer::None:
-            return Fail(kMsgUnknownName, {slot.name});
+            return Fail(result, kMsgUnknownName, {slot.name});
         case Answer::Failed:
-            return Fail(kMsgNameFailed, {slot.name, slot.text});
+            return Fail(result, kMsgNameFailed, {slot.name, slot.text});
         case Answer::Value:
         case Answer::Text:
-            ok = AnswerNumberOrText(root, term, slot.wide, slot.number);
-            break;
+            return Substituted(AnswerNumberOrText(root, term, slot.wide, slot.number), result);
         case Answer::Formula: {
             const std::string cycle = CyclePath(bindings, slotIndex);
-            if (!cycle.empty()) return Fail(kMsgCycle, {slot.name, cycle});
+            if (!cycle.empty()) return Fail(result, kMsgCycle, {slot.name, cycle});
             // As written: the engine substitutes the text for the name.
             answer.Str().assign(slot.wide);
-            ok = calc->SetTermValue(root, term, answer) != 0;
-            break;
+            return Substituted(calc->SetTermValue(root, term, answer) != 0, result);
         }
     }
-    if (ok) return std::nullopt;
-    // A failed substitution is a compile failure of the new text: the error
-    // code is not set, the id asked for is the failure's.
-    return EngineFailure(detail::LastAskedId() ? detail::LastAskedId() : calc->GetLastErrorCode());
+    return true;
 }
 
 // The host's function of that name, else its source; none when neither
@@ -250,29 +259,50 @@ std::optional<Result> Calculator::Impl::CallHost(const std::u16string& folded, c
     return source(name, argumentTexts);
 }
 
-std::optional<Result> Calculator::Impl::AnswerFunction(CCalcNode* root, CCalcNode* term) {
+bool Calculator::Impl::AnswerFunction(CCalcNode* root, CCalcNode* term, Result& result) {
     // Raw: argument texts exactly, which a "\r\n"-joined call text cannot
     // promise when an argument holds a line break.
     term->GetFunctionCall(functionName, arguments, 1);
     detail::FoldName(functionName.Str(), folded);
     const std::string name = ToUtf8(functionName.Str());
     const std::optional<Result> called = CallHost(folded, name);
-    if (!called) return Fail(kMsgUnknownFunction, {name});
-    const Result& result = *called;
-    if (!result.ok) return Fail(kMsgFunctionFailed, {name, result.error.message});
+    if (!called) return Fail(result, kMsgUnknownFunction, {name});
+    if (!called->ok) return Fail(result, kMsgFunctionFailed, {name, called->error.message});
     std::u16string value;
-    detail::Utf8ToUtf16(result.value.text, value);
-    const bool number = result.value.kind == Kind::Number && !value.empty() &&
+    detail::Utf8ToUtf16(called->value.text, value);
+    const bool number = called->value.kind == Kind::Number && !value.empty() &&
                         CUtilityCalc::IsPureNumber(value.c_str(), 1);
     detail::ResetLastAskedId();
-    if (AnswerNumberOrText(root, term, value, number)) return std::nullopt;
-    return EngineFailure(detail::LastAskedId() ? detail::LastAskedId() : calc->GetLastErrorCode());
+    return Substituted(AnswerNumberOrText(root, term, value, number), result);
 }
 
-Result Calculator::Impl::Done(CCalcNode& root) {
+// The finished value into `result`, whose strings keep their storage.
+void Calculator::Impl::Done(CCalcNode& root, Result& result) {
     if (options.format) root.GetDisplayText(answer, 0, options.format);
     else root.GetText(answer, 0);
-    return Result::Success({root.GetKind() == NodeNumber ? Kind::Number : Kind::Text, ToUtf8(answer.Str())});
+    result.ok = true;
+    result.value.kind = root.GetKind() == NodeNumber ? Kind::Number : Kind::Text;
+    detail::Utf16ToUtf8(answer.Str(), result.value.text);
+    // A success carries the empty error Result::Success gives it.
+    result.error.id = 0;
+    result.error.position = -1;
+    result.error.message.clear();
+}
+
+// A calculation the engine ended without a value: a refused host function,
+// or a failure it recorded.
+void Calculator::Impl::Stopped(int code, CCalcNode* pending, Result& result) {
+    if (code == CALC_REFUSED) {
+        CString name;
+        CStringArray ignored;
+        if (pending) pending->GetFunctionCall(name, ignored, 1);
+        Fail(result, kMsgRefused, {ToUtf8(name.Str())});
+        return;
+    }
+    result = EngineFailure(static_cast<uint32_t>(calc->GetLastErrorCode()));
+    // The engine reports a failed script as a failed function; the script
+    // host knows what went wrong.
+    if (!scripts.failure().empty()) result.error.message = scripts.failure();
 }
 
 Calculator::Calculator(Options options) : m_impl(std::make_unique<Impl>(std::move(options))) {}
@@ -310,41 +340,39 @@ Formula Calculator::Compile(std::string_view text) {
 }
 
 Result Calculator::Evaluate(const Formula& formula, Bindings& bindings) {
-    if (!formula.ok()) return Result::Failure(formula.error());
+    Result result;
+    Evaluate(formula, bindings, result);
+    return result;
+}
+
+void Calculator::Evaluate(const Formula& formula, Bindings& bindings, Result& result) {
+    if (!formula.ok()) {
+        result = Result::Failure(formula.error());
+        return;
+    }
     Impl& impl = *m_impl;
     impl.Enter();
     impl.scripts.Forget();
     // The compiled root is shared and never touched: every calculation
     // rewrites a clone of its own.
     const std::unique_ptr<CCalcNode, ReleaseNode> root(formula.m_compiled->root->Clone());
-    for (;;) {
+    for (bool answered = true; answered;) {
         CCalcNode* pending = nullptr;
         const int code = impl.calc->Calculate(root.get(), impl.out, pending, 0, impl.options.format);
-        std::optional<Result> failure;
         switch (code) {
             case CALC_DONE:
-                return impl.Done(*root);
+                impl.Done(*root, result);
+                return;
             case CALC_NEED_NAME:
-                failure = impl.AnswerName(root.get(), pending, bindings);
+                answered = impl.AnswerName(root.get(), pending, bindings, result);
                 break;
             case CALC_NEED_FUNCTION:
-                failure = impl.AnswerFunction(root.get(), pending);
+                answered = impl.AnswerFunction(root.get(), pending, result);
                 break;
-            case CALC_REFUSED: {
-                CString name;
-                CStringArray ignored;
-                if (pending) pending->GetFunctionCall(name, ignored, 1);
-                return impl.Fail(kMsgRefused, {ToUtf8(name.Str())});
-            }
-            default: {
-                Result result = Impl::EngineFailure(static_cast<uint32_t>(impl.calc->GetLastErrorCode()));
-                // The engine reports a failed script as a failed function;
-                // the script host knows what went wrong.
-                if (!impl.scripts.failure().empty()) result.error.message = impl.scripts.failure();
-                return result;
-            }
+            default:
+                impl.Stopped(code, pending, result);
+                return;
         }
-        if (failure) return *failure;
     }
 }
 

@@ -17,7 +17,7 @@ const std::vector<Result>& RecordCalculator::Evaluate() {
     // A column computed for the last record is no value for this one.
     for (int slot : m_columnSlots) m_bindings.Unset(slot);
     for (size_t k = 0; k < m_columns.size(); ++k) {
-        m_results[k] = m_calculator.Evaluate(m_columns[k].formula, m_bindings);
+        m_calculator.Evaluate(m_columns[k].formula, m_bindings, m_results[k]);
         m_bindings.SetResult(m_columnSlots[k], m_results[k]);
     }
     return m_results;

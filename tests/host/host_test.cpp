@@ -96,6 +96,29 @@ TEST(HostBindings, ComputedResultsKeepTheirKindAndFailuresPropagate) {
     for (const Case& c : cases) Check(calc, b, c);
 }
 
+// Calculating into one Result again and again leaves in it exactly what a
+// fresh Result would hold: nothing of the outcome before survives.
+TEST(HostBindings, AReusedResultHoldsOnlyTheLatestOutcome) {
+    Bindings b;
+    b.SetValue("name", "a rather long customer name, past any short-string room");
+    Calculator calc;
+    const char* const formulas[] = {
+        "name", "missing", "len(name)", "1+(", "'x'", "name & '!'", "1/0", "", "2.50 * 2",
+    };
+    Result reused;
+    for (const char* formula : formulas) {
+        SCOPED_TRACE(formula);
+        const Result fresh = calc.Evaluate(formula, b);
+        calc.Evaluate(calc.Compile(formula), b, reused);
+        EXPECT_EQ(reused.ok, fresh.ok);
+        EXPECT_EQ(reused.value.kind, fresh.value.kind);
+        EXPECT_EQ(reused.value.text, fresh.value.text);
+        EXPECT_EQ(reused.error.id, fresh.error.id);
+        EXPECT_EQ(reused.error.position, fresh.error.position);
+        EXPECT_EQ(reused.error.message, fresh.error.message);
+    }
+}
+
 TEST(HostCompile, ErrorsCarryTheAskedIdAndACharacterPosition) {
     Calculator calc;
     struct CompileCase {
