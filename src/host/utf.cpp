@@ -1,8 +1,6 @@
 // UTF-8 validation and conversion, name folding.
 #include "host/internal.h"
 
-#include <algorithm>
-
 namespace qorcalc::host {
 
 bool IsValidUtf8(std::string_view text) {
@@ -36,6 +34,7 @@ namespace detail {
 // Both conversions write into room made for the longest result (a UTF-8
 // byte gives at most one UTF-16 unit, a UTF-16 unit at most three bytes)
 // and then cut the string to what was written: no growth check per unit.
+// ASCII, the common case, takes the shortest path through each loop.
 void Utf8ToUtf16(std::string_view utf8, std::u16string& out) {
     out.resize(utf8.size());
     char16_t* o = out.data();
@@ -43,6 +42,10 @@ void Utf8ToUtf16(std::string_view utf8, std::u16string& out) {
     const auto* end = p + utf8.size();
     while (p < end) {
         uint32_t cp = *p++;
+        if (cp < 0x80) {
+            *o++ = static_cast<char16_t>(cp);
+            continue;
+        }
         int more = cp >= 0xF0 ? 3 : cp >= 0xE0 ? 2 : cp >= 0xC0 ? 1 : 0;
         if (more) cp &= 0x3F >> more;
         for (; more > 0 && p < end; --more) cp = cp << 6 | (*p++ & 0x3F);
@@ -58,16 +61,16 @@ void Utf8ToUtf16(std::string_view utf8, std::u16string& out) {
 }
 
 void Utf16ToUtf8(std::u16string_view text, std::string& out) {
-    // ASCII, the common case, is copied at its own size: a short result
-    // then fits in the string itself and needs no heap block.
-    if (std::all_of(text.begin(), text.end(), [](char16_t c) { return c < 0x80; })) {
-        out.resize(text.size());
-        std::copy(text.begin(), text.end(), out.begin());
-        return;
-    }
-    out.resize(text.size() * 3);
-    char* o = out.data();
-    for (size_t i = 0; i < text.size(); ++i) {
+    // An ASCII text is copied at its own size: a short result then fits in
+    // the string itself and needs no heap block.  The rest of a text that
+    // is not ASCII goes through the general loop.
+    out.resize(text.size());
+    size_t ascii = 0;
+    for (; ascii < text.size() && text[ascii] < 0x80; ++ascii) out[ascii] = static_cast<char>(text[ascii]);
+    if (ascii == text.size()) return;
+    out.resize(ascii + (text.size() - ascii) * 3);
+    char* o = out.data() + ascii;
+    for (size_t i = ascii; i < text.size(); ++i) {
         uint32_t cp = text[i];
         if (cp >= 0xD800 && cp <= 0xDBFF && i + 1 < text.size() && text[i + 1] >= 0xDC00 && text[i + 1] <= 0xDFFF) {
             cp = 0x10000 + ((cp - 0xD800) << 10) + (text[++i] - 0xDC00);

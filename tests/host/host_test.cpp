@@ -42,6 +42,7 @@ TEST(HostBindings, FieldValuesArriveAsNumbersOrExactTexts) {
     b.SetValue("empty", "");
     b.SetText("code", "007");
     b.SetValue("zh", "张三");
+    b.SetValue("mixed", "ab张c😀d");
     Calculator calc;
     const Case cases[] = {
         {"QTY * price", true, "3.75", Kind::Number},
@@ -52,6 +53,8 @@ TEST(HostBindings, FieldValuesArriveAsNumbersOrExactTexts) {
         {"empty", true, ""},
         {"code", true, "007"},
         {"zh + wrapped", true, "张三'abc'"},
+        {"mixed", true, "ab张c😀d"},
+        {"wrapped + mixed", true, "'abc'ab张c😀d"},
         {"missing + 1", false, "missing", Kind::Text, kMsgUnknownName},
     };
     for (const Case& c : cases) Check(calc, b, c);
