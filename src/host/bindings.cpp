@@ -51,11 +51,38 @@ void Bindings::Impl::Set(int slot, Answer answer, std::string_view text) {
 
 void Bindings::Impl::Prepare(Slot& s) {
     if (!s.stale) return;
-    detail::Utf8ToUtf16(s.text, s.wide);
-    // Empty text is a text: the engine would read it as the number 0.
-    s.number = s.answer == Answer::Value && !s.wide.empty() && CUtilityCalc::IsPureNumber(s.wide.c_str(), 1);
+    if (s.answer == Answer::Formula) {
+        // As written: the engine substitutes the formula's text for the name.
+        detail::Utf8ToUtf16(s.text, s.term.text.Str());
+        s.term.standIn = false;
+    } else if (s.answer == Answer::Value || s.answer == Answer::Text) {
+        detail::MakeTermValue(s.text, s.answer == Answer::Value, s.term);
+    }
     s.stale = false;
 }
+
+namespace detail {
+
+// A text always arrives as a text: quoted, so the engine never reads it as
+// a number or a formula.
+void MakeTermValue(std::string_view utf8, bool numeric, TermValue& value) {
+    std::u16string& text = value.text.Str();
+    Utf8ToUtf16(utf8, text);
+    value.standIn = false;
+    // Empty text is a text: the engine would read it as the number 0.
+    if (numeric && !text.empty() && CUtilityCalc::IsPureNumber(text.c_str(), 1)) return;
+    // The engine strips every pair of like quotes around a value, so a text
+    // that itself begins and ends with one quote character is given a
+    // stand-in first and then its exact text.
+    if (text.size() >= 2 && text.front() == text.back() && (text.front() == u'\'' || text.front() == u'"')) {
+        value.standIn = true;
+        return;
+    }
+    text.insert(text.begin(), u'\'');
+    text += u'\'';
+}
+
+}  // namespace detail
 
 int Bindings::Declare(std::string_view name) {
     std::u16string folded;
@@ -92,7 +119,7 @@ void Bindings::SetFormula(int slot, std::string_view formula) {
     m_impl->Prepare(s);
     // The names it asks for are the edges along which a name can come back
     // to itself.
-    s.names = detail::FoldedNamesOf(s.wide);
+    s.names = detail::FoldedNamesOf(s.term.text.Str());
 }
 
 void Bindings::SetResult(int slot, const Result& result) {

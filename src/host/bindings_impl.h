@@ -1,8 +1,10 @@
 // The inside of Bindings, shared by the table and the calculator that
 // answers from it.
 //
-// Invariants: `index` maps every slot's folded name to the slot; `wide` and
-// `number` describe `text` whenever `stale` is false; `names` lists, folded,
+// Invariants: `index` maps every slot's folded name to the slot; `term`
+// holds what the engine is given for a Value, Text or Formula slot's `text`
+// whenever `stale` is false (made once per change, however often the name is
+// asked for); `names` lists, folded,
 // the names a Formula slot's formula asks for.
 #pragma once
 
@@ -17,9 +19,8 @@ struct Slot {
     std::string name;
     Answer answer = Answer::None;
     std::string text;
-    std::u16string wide;
+    detail::TermValue term;
     bool stale = true;
-    bool number = false;
     std::vector<std::u16string> names;
 };
 
@@ -46,7 +47,7 @@ struct Bindings::Impl {
     // name without one; -1 when there is neither.
     int Lookup(std::u16string_view name, Bindings& owner);
     void Set(int slot, Answer answer, std::string_view text);
-    // Brings `wide` and `number` up to date with `text`.
+    // Brings `term` up to date with `text`.
     void Prepare(Slot& s);
 };
 

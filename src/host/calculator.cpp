@@ -92,10 +92,6 @@ struct ReleaseNode {
     void operator()(CCalcNode* node) const { CCalcNode::Release(node); }
 };
 
-bool BoundedByOneQuote(const std::u16string& text) {
-    return text.size() >= 2 && text.front() == text.back() && (text.front() == u'\'' || text.front() == u'"');
-}
-
 }  // namespace
 
 Formula::Formula() = default;
@@ -125,6 +121,7 @@ struct Calculator::Impl {
     // Scratch kept between calculations so that answering allocates nothing.
     CString out;
     CString answer;
+    detail::TermValue functionValue;
     CString functionName;
     CStringArray arguments;
     std::vector<std::string> argumentTexts;
@@ -145,8 +142,7 @@ struct Calculator::Impl {
         return Result::Failure({id, -1, ToUtf8(std::u16string_view(GetLastErrorText()))});
     }
 
-    bool AnswerText(CCalcNode* root, CCalcNode* term, const std::u16string& text);
-    bool AnswerNumberOrText(CCalcNode* root, CCalcNode* term, const std::u16string& text, bool number);
+    bool Give(CCalcNode* root, CCalcNode* term, const detail::TermValue& value);
     // The Answer... members put the host's answer for `term` into the tree
     // and return true, or return false with the failure in `result`.
     bool AnswerName(CCalcNode* root, CCalcNode* term, Bindings& owner, Result& result);
@@ -158,27 +154,13 @@ struct Calculator::Impl {
     void Stopped(int code, CCalcNode* pending, Result& result);
 };
 
-// A text always arrives as a text: quoted, so the engine never reads it as a
-// number or a formula.  The engine strips every pair of like quotes around a
-// value, so a text that itself begins and ends with one quote character is
-// given a stand-in first and then its exact text.
-bool Calculator::Impl::AnswerText(CCalcNode* root, CCalcNode* term, const std::u16string& text) {
-    if (BoundedByOneQuote(text)) {
-        if (!calc->SetTermValue(root, term, CString(u"'-'"))) return false;
-        term->AssignText(CString(text));
-        return true;
-    }
-    std::u16string& quoted = answer.Str();
-    quoted.assign(1, u'\'');
-    quoted += text;
-    quoted += u'\'';
-    return calc->SetTermValue(root, term, answer) != 0;
-}
-
-bool Calculator::Impl::AnswerNumberOrText(CCalcNode* root, CCalcNode* term, const std::u16string& text, bool number) {
-    if (!number) return AnswerText(root, term, text);
-    answer.Str().assign(text);
-    return calc->SetTermValue(root, term, answer) != 0;
+// Puts `value` into the tree in place of `term`; false when the engine
+// takes no such value.
+bool Calculator::Impl::Give(CCalcNode* root, CCalcNode* term, const detail::TermValue& value) {
+    if (!value.standIn) return calc->SetTermValue(root, term, value.text) != 0;
+    if (!calc->SetTermValue(root, term, CString(u"'-'"))) return false;
+    term->AssignText(value.text);
+    return true;
 }
 
 // The path by which `start`'s formula comes back to `start` through other
@@ -231,16 +213,13 @@ bool Calculator::Impl::AnswerName(CCalcNode* root, CCalcNode* term, Bindings& ow
             return Fail(result, kMsgUnknownName, {slot.name});
         case Answer::Failed:
             return Fail(result, kMsgNameFailed, {slot.name, slot.text});
+        case Answer::Formula:
+            if (const std::string cycle = CyclePath(bindings, slotIndex); !cycle.empty())
+                return Fail(result, kMsgCycle, {slot.name, cycle});
+            [[fallthrough]];
         case Answer::Value:
         case Answer::Text:
-            return Substituted(AnswerNumberOrText(root, term, slot.wide, slot.number), result);
-        case Answer::Formula: {
-            const std::string cycle = CyclePath(bindings, slotIndex);
-            if (!cycle.empty()) return Fail(result, kMsgCycle, {slot.name, cycle});
-            // As written: the engine substitutes the text for the name.
-            answer.Str().assign(slot.wide);
-            return Substituted(calc->SetTermValue(root, term, answer) != 0, result);
-        }
+            return Substituted(Give(root, term, slot.term), result);
     }
     return true;
 }
@@ -268,12 +247,9 @@ bool Calculator::Impl::AnswerFunction(CCalcNode* root, CCalcNode* term, Result& 
     const std::optional<Result> called = CallHost(folded, name);
     if (!called) return Fail(result, kMsgUnknownFunction, {name});
     if (!called->ok) return Fail(result, kMsgFunctionFailed, {name, called->error.message});
-    std::u16string value;
-    detail::Utf8ToUtf16(called->value.text, value);
-    const bool number = called->value.kind == Kind::Number && !value.empty() &&
-                        CUtilityCalc::IsPureNumber(value.c_str(), 1);
+    detail::MakeTermValue(called->value.text, called->value.kind == Kind::Number, functionValue);
     detail::ResetLastAskedId();
-    return Substituted(AnswerNumberOrText(root, term, value, number), result);
+    return Substituted(Give(root, term, functionValue), result);
 }
 
 // The finished value into `result`, whose strings keep their storage.

@@ -1,6 +1,7 @@
 // Pieces the host layer's sources share: UTF-8 <-> UTF-16 conversion into
-// reusable buffers, locale-free name folding, the message provider that
-// remembers which id the engine asked for, and the js script host.
+// reusable buffers, locale-free name folding, values as the engine takes
+// them in place of a name or a call, the message provider that remembers
+// which id the engine asked for, and the js script host.
 //
 // Invariants: converters append to or overwrite the caller's buffer and keep
 // its capacity, so per-record use allocates nothing once warmed up; the
@@ -33,6 +34,17 @@ std::u16string ToUtf16(std::string_view utf8);
 // `name` with ASCII letters lower-cased, into `out`.  Only ASCII folds: the
 // same name must match whatever locale the process runs under.
 void FoldName(std::u16string_view name, std::u16string& out);
+
+// A value as the engine takes it in place of a name or a function call:
+// `text` is handed over as it is, unless `standIn` says it is a text the
+// engine cannot be given quoted, which goes in after a stand-in.
+struct TermValue {
+    CString text;
+    bool standIn = false;
+};
+// `utf8` as a TermValue into `value`, reusing its storage: as it is when
+// `numeric` and it reads as a number, else as a text.
+void MakeTermValue(std::string_view utf8, bool numeric, TermValue& value);
 
 // A calculator for compiling texts whose tree only needs looking at (the
 // names of a formula-valued answer, the function catalogue): one per thread.
