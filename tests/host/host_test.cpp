@@ -122,6 +122,45 @@ TEST(HostBindings, AReusedResultHoldsOnlyTheLatestOutcome) {
     }
 }
 
+// A column sees the record's fields and the columns before it, never itself,
+// a later column or anything of the record before; a name that is a field's
+// and a column's is the column's, without a value until it is calculated.
+TEST(HostRecords, ColumnsSeeOnlyThisRecordsFieldsAndEarlierColumns) {
+    Calculator compiler;
+    const std::vector<std::string> fields = {"id", "qty", "Price", "shared", "unused"};
+    const std::pair<const char*, const char*> formulas[] = {
+        {"early", "late + 1"},      // 0: a later column has no value yet
+        {"total", "qty * price"},   // 1
+        {"self", "self + 1"},       // 2: nor has the column itself
+        {"double", "TOTAL * 2"},    // 3: an earlier column, any spelling
+        {"shared", "shared + 1"},   // 4: the field of that name is the column's
+        {"late", "id"},             // 5
+        {"again", "late + double"}, // 6
+        {"total", "total + 1"},     // 7: a second column of a name sees the first
+        {"after", "total"},         // 8: ... and so does every column after it
+    };
+    std::vector<ReportColumn> columns;
+    for (const auto& [name, formula] : formulas) columns.push_back({name, compiler.Compile(formula)});
+    RecordCalculator records(fields, columns);
+    struct Want {
+        std::vector<std::string> values;  // the field values
+        std::vector<std::string> cells;   // each column's value, or "!" and its error id
+    } cases[] = {
+        {{"7", "2", "1.5", "40", "x"}, {"!2000", "3", "!2000", "6", "!2000", "7", "13", "4", "4"}},
+        {{"9", "4", "2", "41", "y"}, {"!2000", "8", "!2000", "16", "!2000", "9", "25", "9", "9"}},
+    };
+    for (const Want& want : cases) {
+        for (size_t i = 0; i < fields.size(); ++i) records.SetField(i, want.values[i]);
+        const std::vector<Result>& results = records.Evaluate();
+        ASSERT_EQ(results.size(), want.cells.size());
+        for (size_t k = 0; k < results.size(); ++k) {
+            SCOPED_TRACE(formulas[k].second);
+            const Result& r = results[k];
+            EXPECT_EQ(r.ok ? r.value.text : "!" + std::to_string(r.error.id), want.cells[k]);
+        }
+    }
+}
+
 TEST(HostCompile, ErrorsCarryTheAskedIdAndACharacterPosition) {
     Calculator calc;
     struct CompileCase {
