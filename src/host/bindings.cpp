@@ -4,6 +4,8 @@
 
 #include <qorcalc/utility.h>
 
+#include <cstring>
+
 namespace qorcalc::host {
 
 Bindings::Bindings() : m_impl(std::make_unique<Impl>()) {}
@@ -24,7 +26,11 @@ int Bindings::Impl::FindFolded(const std::u16string& folded) const {
 int Bindings::Impl::FindWide(std::u16string_view name) {
     const size_t hash = name.empty() ? 0 : name.size() * 31 + name.front() * 7 + name.back() + name[name.size() / 2];
     RecentName& seen = recent[hash % recent.size()];
-    if (seen.slot >= 0 && seen.name == name) return seen.slot;
+    // Compared as bytes: the standard comparison of char16_t texts goes unit
+    // by unit, several times slower for a name of a few letters.
+    if (seen.slot >= 0 && seen.name.size() == name.size() &&
+        std::memcmp(seen.name.data(), name.data(), name.size() * sizeof(char16_t)) == 0)
+        return seen.slot;
     detail::FoldName(name, scratch);
     const int found = FindFolded(scratch);
     if (found >= 0) seen = {std::u16string(name), found};

@@ -65,8 +65,10 @@ void Utf16ToUtf8(std::u16string_view text, std::string& out) {
     // the string itself and needs no heap block.  The rest of a text that
     // is not ASCII goes through the general loop.
     out.resize(text.size());
+    char* to = out.data();
+    const char16_t* from = text.data();
     size_t ascii = 0;
-    for (; ascii < text.size() && text[ascii] < 0x80; ++ascii) out[ascii] = static_cast<char>(text[ascii]);
+    for (; ascii < text.size() && from[ascii] < 0x80; ++ascii) to[ascii] = static_cast<char>(from[ascii]);
     if (ascii == text.size()) return;
     out.resize(ascii + (text.size() - ascii) * 3);
     char* o = out.data() + ascii;
