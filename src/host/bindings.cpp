@@ -5,6 +5,7 @@
 #include <qorcalc/utility.h>
 
 #include <cstring>
+#include <functional>
 
 namespace qorcalc::host {
 
@@ -49,8 +50,17 @@ int Bindings::Impl::Lookup(std::u16string_view name, Bindings& owner) {
 void Bindings::Impl::Set(int slot, Answer answer, std::string_view text) {
     Slot& s = slots.at(static_cast<size_t>(slot));
     s.answer = answer;
-    if (text.empty()) s.text.clear();  // unsetting, once per column and record
-    else s.text.assign(text);
+    // A text from elsewhere, the usual case, is cleared and appended, which
+    // costs half what the general assign does; only a text that lies in the
+    // slot's own string (a slot set from its own TextOf) needs the latter.
+    const std::less<const char*> before;
+    const char* own = s.text.data();
+    if (!before(text.data(), own) && before(text.data(), own + s.text.size())) {
+        s.text.assign(text);
+    } else {
+        s.text.clear();
+        s.text.append(text);
+    }
     s.stale = true;
     s.names.clear();
 }

@@ -43,6 +43,12 @@ TEST(HostBindings, FieldValuesArriveAsNumbersOrExactTexts) {
     b.SetText("code", "007");
     b.SetValue("zh", "张三");
     b.SetValue("mixed", "ab张c😀d");
+    // A slot set from its own text, whole or in part.
+    const int same = b.Declare("same"), tail = b.Declare("tail");
+    b.SetValue(same, "0070");
+    b.SetText(same, b.TextOf(same));
+    b.SetValue(tail, "x12345");
+    b.SetValue(tail, std::string_view(b.TextOf(tail)).substr(1, 4));
     Calculator calc;
     const Case cases[] = {
         {"QTY * price", true, "3.75", Kind::Number},
@@ -55,6 +61,8 @@ TEST(HostBindings, FieldValuesArriveAsNumbersOrExactTexts) {
         {"zh + wrapped", true, "张三'abc'"},
         {"mixed", true, "ab张c😀d"},
         {"wrapped + mixed", true, "'abc'ab张c😀d"},
+        {"same", true, "0070"},
+        {"tail + 1", true, "1235", Kind::Number},
         {"missing + 1", false, "missing", Kind::Text, kMsgUnknownName},
     };
     for (const Case& c : cases) Check(calc, b, c);
