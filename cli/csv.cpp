@@ -27,9 +27,9 @@ int CsvReader::Refill() {
     return m_size == 0 ? EOF : static_cast<unsigned char>(m_buffer[m_at++]);
 }
 
-// Appends to `field` the bytes from the read position to the next stop or
+// Appends to `text` the bytes from the read position to the next stop or
 // the buffer's end, whichever comes first.
-void CsvReader::Span(std::string& field, const bool* stops) {
+void CsvReader::Span(std::string& text, const bool* stops) {
     const auto* begin = reinterpret_cast<const unsigned char*>(m_buffer) + m_at;
     const auto* end = reinterpret_cast<const unsigned char*>(m_buffer) + m_size;
     const auto* p = begin;
@@ -37,18 +37,18 @@ void CsvReader::Span(std::string& field, const bool* stops) {
     while (p != end && !stops[*p]) high |= *p++;
     if (p == begin) return;
     m_high |= high;
-    field.append(reinterpret_cast<const char*>(begin), static_cast<size_t>(p - begin));
+    text.append(reinterpret_cast<const char*>(begin), static_cast<size_t>(p - begin));
     m_at += static_cast<size_t>(p - begin);
 }
 
-void CsvReader::Append(std::string& field, int c) {
+void CsvReader::Append(std::string& text, int c) {
     m_high |= static_cast<unsigned char>(c);
-    field += static_cast<char>(c);
+    text += static_cast<char>(c);
 }
 
-bool CsvReader::Quoted(std::string& field) {
+bool CsvReader::Quoted(std::string& text) {
     for (;;) {
-        Span(field, kQuotedStops.at);
+        Span(text, kQuotedStops.at);
         const int c = Get();
         if (c == EOF) return false;
         if (c == '"') {
@@ -60,56 +60,69 @@ bool CsvReader::Quoted(std::string& field) {
         } else if (c == '\n') {
             ++m_line;
         }
-        Append(field, c);
+        Append(text, c);
     }
 }
 
-CsvReader::Status CsvReader::Next(std::vector<std::string>& fields) {
+CsvReader::Status CsvReader::Fields(CsvRecord& record, int& c) {
+    std::string& text = record.m_text;
+    text.clear();
+    record.m_ends.clear();
+    // A quoted field, a quote inside a field or a lone CR means a cell that
+    // must be written with quotes, or may be: the record is written cell by
+    // cell then.
+    record.m_plain = true;
+    size_t fieldStart = 0;
+    for (;;) {
+        Span(text, kPlainStops.at);
+        c = Get();
+        if (c == EOF || c == '\n') break;
+        if (c == ',') {
+            record.m_ends.push_back(text.size());
+            text += ',';
+            fieldStart = text.size();
+        } else if (c == '"' && text.size() == fieldStart) {
+            record.m_plain = false;
+            if (!Quoted(text)) return Status::OpenQuote;
+        } else if (c == '\r') {
+            const int next = Get();
+            if (next == '\n') break;
+            record.m_plain = false;
+            Append(text, '\r');
+            if (next == EOF) {
+                c = EOF;
+                break;
+            }
+            Unget();  // the byte after a lone CR is data
+        } else {
+            record.m_plain &= c != '"';
+            Append(text, c);  // a quote inside a field, or a byte from a fresh buffer
+        }
+    }
+    record.m_ends.push_back(text.size());
+    return Status::Record;
+}
+
+CsvReader::Status CsvReader::Next(CsvRecord& record) {
     if (!m_started) {
         m_started = true;
         // A byte-order mark is no part of the first column's name.
         m_size = std::fread(m_buffer, 1, sizeof m_buffer, m_file);
         if (m_size >= 3 && std::memcmp(m_buffer, "\xEF\xBB\xBF", 3) == 0) m_at = 3;
     }
-    if (fields.empty()) fields.emplace_back();
     for (;;) {
         m_recordLine = m_line;
         m_high = 0;
         const long long start = consumed();
-        size_t count = 0;
-        fields[0].clear();
         int c;
-        for (;;) {
-            std::string& field = fields[count];
-            Span(field, kPlainStops.at);
-            c = Get();
-            if (c == EOF || c == '\n') break;
-            if (c == ',') {
-                if (fields.size() <= ++count) fields.emplace_back();
-                fields[count].clear();
-            } else if (c == '"' && field.empty()) {
-                if (!Quoted(field)) return Status::OpenQuote;
-            } else if (c == '\r') {
-                const int next = Get();
-                if (next == '\n') break;
-                Append(field, '\r');
-                if (next == EOF) {
-                    c = EOF;
-                    break;
-                }
-                Unget();  // the byte after a lone CR is data
-            } else {
-                Append(field, c);  // a quote inside a field, or a byte from a fresh buffer
-            }
-        }
+        if (Fields(record, c) == Status::OpenQuote) return Status::OpenQuote;
         if (c != EOF) ++m_line;
         if (c == EOF && consumed() == start) return Status::End;
         // A line with nothing on it is no record.
-        if (count == 0 && fields[0].empty()) {
+        if (record.size() == 1 && record.text().empty()) {
             if (c == EOF) return Status::End;
             continue;
         }
-        fields.resize(count + 1);
         return Status::Record;
     }
 }

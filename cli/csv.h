@@ -1,8 +1,9 @@
 // CSV in and out.  A streaming RFC 4180 reader: quoted fields with commas,
 // doubled quotes and line breaks; a leading byte-order mark; LF or CRLF
-// line ends.  Empty lines are skipped.  Memory is one buffer and the fields
+// line ends.  Empty lines are skipped.  Memory is one buffer and the text
 // of one record, reused from record to record.  The writer's side is one
-// cell at a time, quoted only when it must be.
+// cell at a time, quoted only when it must be; a record whose fields need
+// no quotes is written back whole.
 //
 // Runs of ordinary bytes are copied into a field a span at a time; only the
 // bytes that mean something to CSV (comma, quote, CR, LF) and the bytes at a
@@ -17,13 +18,36 @@
 
 namespace qorcalc::tool {
 
+// One record as read: its fields' texts one after another with a comma
+// between each two, and where each field ends.  Reused from record to
+// record, it keeps its storage.
+class CsvRecord {
+public:
+    size_t size() const { return m_ends.size(); }
+    std::string_view operator[](size_t i) const {
+        const size_t begin = i ? m_ends[i - 1] + 1 : 0;
+        return std::string_view(m_text).substr(begin, m_ends[i] - begin);
+    }
+    // The fields joined by commas.
+    const std::string& text() const { return m_text; }
+    // Whether no field holds a byte that makes a cell need quotes, so that
+    // text() is the record written as CSV.
+    bool plain() const { return m_plain; }
+
+private:
+    friend class CsvReader;
+    std::string m_text;
+    std::vector<size_t> m_ends;
+    bool m_plain = true;
+};
+
 class CsvReader {
 public:
     explicit CsvReader(std::FILE* file) : m_file(file) {}
 
     enum class Status { Record, End, OpenQuote };
-    // The next record into `fields` (resized to its field count).
-    Status Next(std::vector<std::string>& fields);
+    // The next record into `record`.
+    Status Next(CsvRecord& record);
     // The line the last record began on (1 for the first line).
     long line() const { return m_recordLine; }
     // Bytes consumed so far.
@@ -37,11 +61,14 @@ private:
     int Get() { return m_at < m_size ? static_cast<unsigned char>(m_buffer[m_at++]) : Refill(); }
     int Refill();
     void Unget() { --m_at; }
-    void Span(std::string& field, const bool* stops);
-    void Append(std::string& field, int c);
+    void Span(std::string& text, const bool* stops);
+    void Append(std::string& text, int c);
     // The rest of a quoted field after its opening quote; false when the
     // file ends first.
-    bool Quoted(std::string& field);
+    bool Quoted(std::string& text);
+    // One line's fields into `record`, with `c` left as what ended the
+    // line ('\n' or EOF); OpenQuote when a quoted field never closes.
+    Status Fields(CsvRecord& record, int& c);
 
     std::FILE* m_file;
     char m_buffer[1 << 16];
