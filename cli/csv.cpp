@@ -12,9 +12,11 @@ struct ByteSet {
         for (; *bytes; ++bytes) at[static_cast<unsigned char>(*bytes)] = true;
     }
 };
-// Outside quotes a run of plain bytes ends at a comma, a quote or a line
-// end; the same bytes make a cell need quotes when written.
-constexpr ByteSet kPlainStops(",\"\r\n");
+// The bytes that make a cell need quotes when written.
+constexpr ByteSet kNeedQuotes(",\"\r\n");
+// Outside quotes a stretch of a line runs to a quote or a line end; the
+// commas on the way end fields.
+constexpr ByteSet kLineStops("\"\r\n");
 // Inside quotes: at the closing (or doubled) quote, and at a line break to count.
 constexpr ByteSet kQuotedStops("\"\n");
 
@@ -27,17 +29,31 @@ int CsvReader::Refill() {
     return m_size == 0 ? EOF : static_cast<unsigned char>(m_buffer[m_at++]);
 }
 
-// Appends to `text` the bytes from the read position to the next stop or
-// the buffer's end, whichever comes first.
-void CsvReader::Span(std::string& text, const bool* stops) {
+void CsvReader::QuotedStretch(std::string& text) {
     const auto* begin = reinterpret_cast<const unsigned char*>(m_buffer) + m_at;
     const auto* end = reinterpret_cast<const unsigned char*>(m_buffer) + m_size;
     const auto* p = begin;
     unsigned char high = 0;
-    while (p != end && !stops[*p]) high |= *p++;
+    while (p != end && !kQuotedStops.at[*p]) high |= *p++;
     if (p == begin) return;
     m_high |= high;
     text.append(reinterpret_cast<const char*>(begin), static_cast<size_t>(p - begin));
+    m_at += static_cast<size_t>(p - begin);
+}
+
+void CsvReader::Stretch(CsvRecord& record) {
+    const auto* begin = reinterpret_cast<const unsigned char*>(m_buffer) + m_at;
+    const auto* end = reinterpret_cast<const unsigned char*>(m_buffer) + m_size;
+    const size_t at = record.m_text.size();
+    unsigned char high = 0;
+    const auto* p = begin;
+    for (; p != end && !kLineStops.at[*p]; ++p) {
+        high |= *p;
+        if (*p == ',') record.m_ends.push_back(at + static_cast<size_t>(p - begin));
+    }
+    if (p == begin) return;
+    m_high |= high;
+    record.m_text.append(reinterpret_cast<const char*>(begin), static_cast<size_t>(p - begin));
     m_at += static_cast<size_t>(p - begin);
 }
 
@@ -48,7 +64,7 @@ void CsvReader::Append(std::string& text, int c) {
 
 bool CsvReader::Quoted(std::string& text) {
     for (;;) {
-        Span(text, kQuotedStops.at);
+        QuotedStretch(text);
         const int c = Get();
         if (c == EOF) return false;
         if (c == '"') {
@@ -72,15 +88,14 @@ CsvReader::Status CsvReader::Fields(CsvRecord& record, int& c) {
     // must be written with quotes, or may be: the record is written cell by
     // cell then.
     record.m_plain = true;
-    size_t fieldStart = 0;
     for (;;) {
-        Span(text, kPlainStops.at);
+        Stretch(record);
         c = Get();
         if (c == EOF || c == '\n') break;
-        if (c == ',') {
+        const size_t fieldStart = record.m_ends.empty() ? 0 : record.m_ends.back() + 1;
+        if (c == ',') {  // the first byte of a fresh buffer
             record.m_ends.push_back(text.size());
             text += ',';
-            fieldStart = text.size();
         } else if (c == '"' && text.size() == fieldStart) {
             record.m_plain = false;
             if (!Quoted(text)) return Status::OpenQuote;
@@ -134,8 +149,8 @@ void AppendCsvCell(std::string_view text, std::string& out) {
     const auto* end = p + text.size();
     bool special = false;
     for (; end - p >= 4; p += 4)
-        special |= kPlainStops.at[p[0]] | kPlainStops.at[p[1]] | kPlainStops.at[p[2]] | kPlainStops.at[p[3]];
-    for (; p != end; ++p) special |= kPlainStops.at[*p];
+        special |= kNeedQuotes.at[p[0]] | kNeedQuotes.at[p[1]] | kNeedQuotes.at[p[2]] | kNeedQuotes.at[p[3]];
+    for (; p != end; ++p) special |= kNeedQuotes.at[*p];
     if (!special) {
         out += text;
         return;

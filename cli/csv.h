@@ -5,10 +5,10 @@
 // cell at a time, quoted only when it must be; a record whose fields need
 // no quotes is written back whole.
 //
-// Runs of ordinary bytes are copied into a field a span at a time; only the
-// bytes that mean something to CSV (comma, quote, CR, LF) and the bytes at a
-// buffer's end go through the byte-at-a-time path, so a field or a quoted
-// line break may straddle two buffers.
+// Runs of ordinary bytes are copied into a record a stretch at a time
+// (commas only noted where they end a field); only quotes, CR, LF and the
+// bytes at a buffer's end go through the byte-at-a-time path, so a field or
+// a quoted line break may straddle two buffers.
 #pragma once
 
 #include <cstdio>
@@ -61,7 +61,12 @@ private:
     int Get() { return m_at < m_size ? static_cast<unsigned char>(m_buffer[m_at++]) : Refill(); }
     int Refill();
     void Unget() { --m_at; }
-    void Span(std::string& text, const bool* stops);
+    // Appends to the record the bytes from the read position to the next
+    // quote, CR or LF or the buffer's end, whichever comes first; a comma on
+    // the way ends a field.
+    void Stretch(CsvRecord& record);
+    // The same inside quotes, up to a quote or LF, into `text`.
+    void QuotedStretch(std::string& text);
     void Append(std::string& text, int c);
     // The rest of a quoted field after its opening quote; false when the
     // file ends first.
