@@ -4,7 +4,6 @@
 
 #include <qorcalc/utility.h>
 
-#include <cstring>
 #include <functional>
 
 namespace qorcalc::host {
@@ -25,16 +24,10 @@ int Bindings::Impl::FindFolded(const std::u16string& folded) const {
 }
 
 int Bindings::Impl::FindWide(std::u16string_view name) {
-    const size_t hash = name.empty() ? 0 : name.size() * 31 + name.front() * 7 + name.back() + name[name.size() / 2];
-    RecentName& seen = recent[hash % recent.size()];
-    // Compared as bytes: the standard comparison of char16_t texts goes unit
-    // by unit, several times slower for a name of a few letters.
-    if (seen.slot >= 0 && seen.name.size() == name.size() &&
-        std::memcmp(seen.name.data(), name.data(), name.size() * sizeof(char16_t)) == 0)
-        return seen.slot;
+    if (const int seen = Recent(name); seen >= 0) return seen;
     detail::FoldName(name, scratch);
     const int found = FindFolded(scratch);
-    if (found >= 0) seen = {std::u16string(name), found};
+    if (found >= 0) RecentEntry(name) = {std::u16string(name), found};
     return found;
 }
 

@@ -11,6 +11,7 @@
 #include "host/internal.h"
 
 #include <array>
+#include <cstring>
 #include <unordered_map>
 
 namespace qorcalc::host {
@@ -41,6 +42,22 @@ struct Bindings::Impl {
     std::array<RecentName, 32> recent;
 
     int FindFolded(const std::u16string& folded) const;
+    // Where `name` is kept among the recent names.
+    RecentName& RecentEntry(std::u16string_view name) {
+        const size_t hash = name.empty() ? 0 : name.size() * 31 + name.front() * 7 + name.back() + name[name.size() / 2];
+        return recent[hash % recent.size()];
+    }
+    // The slot of a name as the engine wrote it when it was found lately,
+    // else -1.  Compared as bytes: the standard comparison of char16_t
+    // texts goes unit by unit, several times slower for a name of a few
+    // letters.
+    int Recent(std::u16string_view name) {
+        const RecentName& seen = RecentEntry(name);
+        if (seen.slot >= 0 && seen.name.size() == name.size() &&
+            std::memcmp(seen.name.data(), name.data(), name.size() * sizeof(char16_t)) == 0)
+            return seen.slot;
+        return -1;
+    }
     // The slot of a name as the engine wrote it, or -1.
     int FindWide(std::u16string_view name);
     // The slot of a name as the engine wrote it, asking the source for a

@@ -142,26 +142,25 @@ struct Calculator::Impl {
         return Result::Failure({id, -1, ToUtf8(std::u16string_view(GetLastErrorText()))});
     }
 
-    bool Give(CCalcNode* root, CCalcNode* term, const detail::TermValue& value);
+    // Puts `value` into the tree in place of `term`; false when the engine
+    // takes no such value.
+    bool Put(CCalcNode* root, CCalcNode* term, const detail::TermValue& value) {
+        if (!value.standIn) return calc->SetTermValue(root, term, value.text) != 0;
+        if (!calc->SetTermValue(root, term, CString(u"'-'"))) return false;
+        term->AssignText(value.text);
+        return true;
+    }
+    bool Give(CCalcNode* root, CCalcNode* term, const detail::TermValue& value, Result& result);
     // The Answer... members put the host's answer for `term` into the tree
     // and return true, or return false with the failure in `result`.
     bool AnswerName(CCalcNode* root, CCalcNode* term, Bindings& owner, Result& result);
     std::optional<Result> CallHost(const std::u16string& folded, const std::string& name);
     bool AnswerFunction(CCalcNode* root, CCalcNode* term, Result& result);
-    bool Substituted(bool ok, Result& result) const;
     std::string CyclePath(Bindings::Impl& bindings, int start) const;
     void Done(CCalcNode& root, Result& result);
     void Stopped(int code, CCalcNode* pending, Result& result);
 };
 
-// Puts `value` into the tree in place of `term`; false when the engine
-// takes no such value.
-bool Calculator::Impl::Give(CCalcNode* root, CCalcNode* term, const detail::TermValue& value) {
-    if (!value.standIn) return calc->SetTermValue(root, term, value.text) != 0;
-    if (!calc->SetTermValue(root, term, CString(u"'-'"))) return false;
-    term->AssignText(value.text);
-    return true;
-}
 
 // The path by which `start`'s formula comes back to `start` through other
 // formula-valued names ("a -> b -> a"), or empty when it never does.
@@ -193,21 +192,23 @@ std::string Calculator::Impl::CyclePath(Bindings::Impl& bindings, int start) con
     return {};
 }
 
-// `ok`, the outcome of putting an answer into the tree; a failed
-// substitution is a compile failure of the new text: the error code is not
-// set, the id asked for is the failure's.
-bool Calculator::Impl::Substituted(bool ok, Result& result) const {
-    if (!ok) result = EngineFailure(detail::LastAskedId() ? detail::LastAskedId() : calc->GetLastErrorCode());
-    return ok;
+// Puts `value` into the tree; false with the failure in `result` when it
+// cannot.  A failed substitution is a compile failure of the new text: the
+// error code is not set, the id asked for is the failure's.
+bool Calculator::Impl::Give(CCalcNode* root, CCalcNode* term, const detail::TermValue& value, Result& result) {
+    detail::ResetLastAskedId();
+    if (Put(root, term, value)) return true;
+    result = EngineFailure(detail::LastAskedId() ? detail::LastAskedId() : calc->GetLastErrorCode());
+    return false;
 }
 
 bool Calculator::Impl::AnswerName(CCalcNode* root, CCalcNode* term, Bindings& owner, Result& result) {
     Bindings::Impl& bindings = *owner.m_impl;
-    const int slotIndex = bindings.Lookup(out.Str(), owner);
+    int slotIndex = bindings.Recent(out.Str());
+    if (slotIndex < 0) slotIndex = bindings.Lookup(out.Str(), owner);
     if (slotIndex < 0) return Fail(result, kMsgUnknownName, {ToUtf8(out.Str())});
     Slot& slot = bindings.slots[static_cast<size_t>(slotIndex)];
     bindings.Prepare(slot);
-    detail::ResetLastAskedId();
     switch (slot.answer) {
         case Answer::None:
             return Fail(result, kMsgUnknownName, {slot.name});
@@ -219,7 +220,7 @@ bool Calculator::Impl::AnswerName(CCalcNode* root, CCalcNode* term, Bindings& ow
             [[fallthrough]];
         case Answer::Value:
         case Answer::Text:
-            return Substituted(Give(root, term, slot.term), result);
+            return Give(root, term, slot.term, result);
     }
     return true;
 }
@@ -248,8 +249,7 @@ bool Calculator::Impl::AnswerFunction(CCalcNode* root, CCalcNode* term, Result& 
     if (!called) return Fail(result, kMsgUnknownFunction, {name});
     if (!called->ok) return Fail(result, kMsgFunctionFailed, {name, called->error.message});
     detail::MakeTermValue(called->value.text, called->value.kind == Kind::Number, functionValue);
-    detail::ResetLastAskedId();
-    return Substituted(Give(root, term, functionValue), result);
+    return Give(root, term, functionValue, result);
 }
 
 // The finished value into `result`, whose strings keep their storage.
