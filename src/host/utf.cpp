@@ -1,12 +1,30 @@
 // UTF-8 validation and conversion, name folding.
 #include "host/internal.h"
 
+#include <cstring>
+
 namespace qorcalc::host {
+namespace {
+
+// Whether there are eight bytes at `p` and all are ASCII: one test of a
+// machine word passes them, where a whole record is checked at once.
+bool EightAscii(const unsigned char* p, const unsigned char* end) {
+    if (end - p < 8) return false;
+    uint64_t word;
+    std::memcpy(&word, p, sizeof word);
+    return !(word & 0x8080808080808080u);
+}
+
+}  // namespace
 
 bool IsValidUtf8(std::string_view text) {
     const auto* p = reinterpret_cast<const unsigned char*>(text.data());
     const auto* end = p + text.size();
     while (p < end) {
+        if (EightAscii(p, end)) {
+            p += 8;
+            continue;
+        }
         const unsigned char c = *p;
         if (c < 0x80) {
             ++p;

@@ -169,6 +169,31 @@ TEST(HostRecords, ColumnsSeeOnlyThisRecordsFieldsAndEarlierColumns) {
     }
 }
 
+// Whether a text is UTF-8, wherever in it the fault lies: among runs of
+// ASCII long and short, at its very end, in a character split by a comma.
+TEST(HostText, Utf8IsValidatedWhereverTheFaultLies) {
+    const std::string ascii = "plain ASCII text, longer than a machine word";
+    const struct {
+        std::string text;
+        bool valid;
+    } cases[] = {
+        {"", true},
+        {ascii, true},
+        {ascii + "\xC3\xA9" + ascii + "\xF0\x9F\x98\x80" + ascii, true},
+        {"\xE5\x8C\x97\xE4\xBA\xAC" + ascii, true},
+        {ascii + "\xFF" + ascii, false},                 // no such byte
+        {ascii.substr(0, 7) + "\xFF" + ascii, false},    // ... last of eight
+        {ascii.substr(0, 8) + "\xFF" + ascii, false},    // ... first of eight
+        {ascii + "\xC3", false},                         // cut short at the end
+        {"12345678\xE5\x8C,\x97" + ascii, false},      // a comma inside a character
+        {ascii.substr(0, 8) + "\xC0\xAF", false},       // overlong
+        {ascii.substr(0, 9) + "\xED\xA0\x80", false},  // a surrogate
+        {ascii.substr(0, 7) + "\xF4\x90\x80\x80", false},  // past U+10FFFF
+        {ascii.substr(0, 16) + "\x80" + ascii, false},   // a continuation byte alone
+    };
+    for (const auto& c : cases) EXPECT_EQ(IsValidUtf8(c.text), c.valid) << c.text;
+}
+
 TEST(HostCompile, ErrorsCarryTheAskedIdAndACharacterPosition) {
     Calculator calc;
     struct CompileCase {
