@@ -4,8 +4,6 @@
 
 #include <qorcalc/utility.h>
 
-#include <functional>
-
 namespace qorcalc::host {
 
 Bindings::Bindings() : m_impl(std::make_unique<Impl>()) {}
@@ -40,26 +38,7 @@ int Bindings::Impl::Lookup(std::u16string_view name, Bindings& owner) {
     return slot;
 }
 
-void Bindings::Impl::Set(int slot, Answer answer, std::string_view text) {
-    Slot& s = slots.at(static_cast<size_t>(slot));
-    s.answer = answer;
-    // A text from elsewhere, the usual case, is cleared and appended, which
-    // costs half what the general assign does; only a text that lies in the
-    // slot's own string (a slot set from its own TextOf) needs the latter.
-    const std::less<const char*> before;
-    const char* own = s.text.data();
-    if (!before(text.data(), own) && before(text.data(), own + s.text.size())) {
-        s.text.assign(text);
-    } else {
-        s.text.clear();
-        s.text.append(text);
-    }
-    s.stale = true;
-    s.names.clear();
-}
-
-void Bindings::Impl::Prepare(Slot& s) {
-    if (!s.stale) return;
+void Bindings::Impl::Refresh(Slot& s) {
     if (s.answer == Answer::Formula) {
         // As written: the engine substitutes the formula's text for the name.
         detail::Utf8ToUtf16(s.text, s.term.text.Str());

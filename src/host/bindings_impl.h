@@ -12,6 +12,7 @@
 
 #include <array>
 #include <cstring>
+#include <functional>
 #include <unordered_map>
 
 namespace qorcalc::host {
@@ -63,9 +64,29 @@ struct Bindings::Impl {
     // The slot of a name as the engine wrote it, asking the source for a
     // name without one; -1 when there is neither.
     int Lookup(std::u16string_view name, Bindings& owner);
-    void Set(int slot, Answer answer, std::string_view text);
+    void Set(int slot, Answer answer, std::string_view text) {
+        Slot& s = slots.at(static_cast<size_t>(slot));
+        s.answer = answer;
+        // A text from elsewhere, the usual case, is cleared and appended,
+        // which costs half what the general assign does; only a text that
+        // lies in the slot's own string (a slot set from its own TextOf)
+        // needs the latter.
+        const std::less<const char*> before;
+        const char* own = s.text.data();
+        if (!before(text.data(), own) && before(text.data(), own + s.text.size())) {
+            s.text.assign(text);
+        } else {
+            s.text.clear();
+            s.text.append(text);
+        }
+        s.stale = true;
+        s.names.clear();
+    }
     // Brings `term` up to date with `text`.
-    void Prepare(Slot& s);
+    void Prepare(Slot& s) {
+        if (s.stale) Refresh(s);
+    }
+    void Refresh(Slot& s);
 };
 
 }  // namespace qorcalc::host
