@@ -5,15 +5,6 @@
 namespace qorcalc::tool {
 namespace {
 
-// A set of bytes, looked up by a byte's value.
-struct ByteSet {
-    bool at[256] = {};
-    constexpr explicit ByteSet(const char* bytes) {
-        for (; *bytes; ++bytes) at[static_cast<unsigned char>(*bytes)] = true;
-    }
-};
-// The bytes that make a cell need quotes when written.
-constexpr ByteSet kNeedQuotes(",\"\r\n");
 // Outside quotes a stretch of a line runs to a quote or a line end; the
 // commas on the way end fields.
 constexpr ByteSet kLineStops("\"\r\n");
@@ -142,19 +133,7 @@ CsvReader::Status CsvReader::Next(CsvRecord& record) {
     }
 }
 
-void AppendCsvCell(std::string_view text, std::string& out) {
-    // Such bytes are rare: or the lookups together, four at a time, rather
-    // than stop at the first.
-    const auto* p = reinterpret_cast<const unsigned char*>(text.data());
-    const auto* end = p + text.size();
-    bool special = false;
-    for (; end - p >= 4; p += 4)
-        special |= kNeedQuotes.at[p[0]] | kNeedQuotes.at[p[1]] | kNeedQuotes.at[p[2]] | kNeedQuotes.at[p[3]];
-    for (; p != end; ++p) special |= kNeedQuotes.at[*p];
-    if (!special) {
-        out += text;
-        return;
-    }
+void AppendQuotedCell(std::string_view text, std::string& out) {
     out += '"';
     for (size_t quote; (quote = text.find('"')) != std::string_view::npos; text.remove_prefix(quote + 1)) {
         out.append(text.substr(0, quote + 1));

@@ -86,8 +86,36 @@ private:
     bool m_started = false;
 };
 
-// `text` as a CSV cell appended to `out`: in quotes, inner quotes doubled,
-// when it holds a comma, a quote or a line break, else as it is.
-void AppendCsvCell(std::string_view text, std::string& out);
+// A set of bytes, looked up by a byte's value.
+struct ByteSet {
+    bool at[256] = {};
+    constexpr explicit ByteSet(const char* bytes) {
+        for (; *bytes; ++bytes) at[static_cast<unsigned char>(*bytes)] = true;
+    }
+};
+// The bytes that make a cell need quotes when written.
+inline constexpr ByteSet kNeedQuotes(",\"\r\n");
+
+inline bool NeedsQuotes(std::string_view text) {
+    // Such bytes are rare: or the lookups together, four at a time, rather
+    // than stop at the first.
+    const auto* p = reinterpret_cast<const unsigned char*>(text.data());
+    const auto* end = p + text.size();
+    bool special = false;
+    for (; end - p >= 4; p += 4)
+        special |= kNeedQuotes.at[p[0]] | kNeedQuotes.at[p[1]] | kNeedQuotes.at[p[2]] | kNeedQuotes.at[p[3]];
+    for (; p != end; ++p) special |= kNeedQuotes.at[*p];
+    return special;
+}
+
+// `text` in quotes, inner quotes doubled, appended to `out`.
+void AppendQuotedCell(std::string_view text, std::string& out);
+
+// `text` as a CSV cell appended to `out`: quoted when it holds a comma, a
+// quote or a line break, else as it is.  Inline: it runs for every cell.
+inline void AppendCsvCell(std::string_view text, std::string& out) {
+    if (NeedsQuotes(text)) AppendQuotedCell(text, out);
+    else out += text;
+}
 
 }  // namespace qorcalc::tool
