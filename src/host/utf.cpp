@@ -78,6 +78,18 @@ void Utf8ToUtf16(std::string_view utf8, std::u16string& out) {
     out.resize(static_cast<size_t>(o - out.data()));
 }
 
+namespace {
+
+// A character below U+10000, past U+07FF, as UTF-8 at `o`; the end.
+char* PutThreeBytes(uint32_t cp, char* o) {
+    *o++ = static_cast<char>(0xE0 | cp >> 12);
+    *o++ = static_cast<char>(0x80 | (cp >> 6 & 0x3F));
+    *o++ = static_cast<char>(0x80 | (cp & 0x3F));
+    return o;
+}
+
+}  // namespace
+
 void Utf16ToUtf8(std::u16string_view text, std::string& out) {
     // An ASCII text is copied at its own size: a short result then fits in
     // the string itself and needs no heap block.  The rest of a text that
@@ -91,26 +103,22 @@ void Utf16ToUtf8(std::u16string_view text, std::string& out) {
     out.resize(ascii + (text.size() - ascii) * 3);
     char* o = out.data() + ascii;
     for (size_t i = ascii; i < text.size(); ++i) {
-        uint32_t cp = text[i];
-        if (cp >= 0xD800 && cp <= 0xDBFF && i + 1 < text.size() && text[i + 1] >= 0xDC00 && text[i + 1] <= 0xDFFF) {
-            cp = 0x10000 + ((cp - 0xD800) << 10) + (text[++i] - 0xDC00);
-        } else if (cp >= 0xD800 && cp <= 0xDFFF) {
-            cp = 0xFFFD;
-        }
+        const uint32_t cp = text[i];
         if (cp < 0x80) {
             *o++ = static_cast<char>(cp);
         } else if (cp < 0x800) {
             *o++ = static_cast<char>(0xC0 | cp >> 6);
             *o++ = static_cast<char>(0x80 | (cp & 0x3F));
-        } else if (cp < 0x10000) {
-            *o++ = static_cast<char>(0xE0 | cp >> 12);
-            *o++ = static_cast<char>(0x80 | (cp >> 6 & 0x3F));
-            *o++ = static_cast<char>(0x80 | (cp & 0x3F));
+        } else if (cp < 0xD800 || cp > 0xDFFF) {
+            o = PutThreeBytes(cp, o);
+        } else if (cp <= 0xDBFF && i + 1 < text.size() && text[i + 1] >= 0xDC00 && text[i + 1] <= 0xDFFF) {
+            const uint32_t pair = 0x10000 + ((cp - 0xD800) << 10) + (text[++i] - 0xDC00);
+            *o++ = static_cast<char>(0xF0 | pair >> 18);
+            *o++ = static_cast<char>(0x80 | (pair >> 12 & 0x3F));
+            *o++ = static_cast<char>(0x80 | (pair >> 6 & 0x3F));
+            *o++ = static_cast<char>(0x80 | (pair & 0x3F));
         } else {
-            *o++ = static_cast<char>(0xF0 | cp >> 18);
-            *o++ = static_cast<char>(0x80 | (cp >> 12 & 0x3F));
-            *o++ = static_cast<char>(0x80 | (cp >> 6 & 0x3F));
-            *o++ = static_cast<char>(0x80 | (cp & 0x3F));
+            o = PutThreeBytes(0xFFFD, o);  // an unpaired surrogate
         }
     }
     out.resize(static_cast<size_t>(o - out.data()));

@@ -61,6 +61,8 @@ TEST(HostBindings, FieldValuesArriveAsNumbersOrExactTexts) {
         {"zh + wrapped", true, "张三'abc'"},
         {"mixed", true, "ab张c😀d"},
         {"wrapped + mixed", true, "'abc'ab张c😀d"},
+        // Half of a surrogate pair comes out as U+FFFD.
+        {"'é' + left('😀', 1) + 'ß' + right('x😀', 1)", true, "é\xEF\xBF\xBDß\xEF\xBF\xBD"},
         {"same", true, "0070"},
         {"tail + 1", true, "1235", Kind::Number},
         {"missing + 1", false, "missing", Kind::Text, kMsgUnknownName},
