@@ -82,7 +82,7 @@ private:
     long long m_before = 0;  // bytes of the buffers before this one
     long m_line = 1;
     long m_recordLine = 1;
-    unsigned char m_high = 0;  // the record's bytes or-ed together
+    unsigned char m_high = 0;  // the high bit set when a byte of the record has it
     bool m_started = false;
 };
 
