@@ -108,6 +108,12 @@ CsvReader::Status CsvReader::Fields(CsvRecord& record, int& c) {
     std::string& text = record.m_text;
     text.clear();
     record.m_ends.clear();
+    // A record object seen for the first time is given room for one like
+    // the last, rather than growing into it step by step.
+    if (record.m_ends.capacity() == 0) {
+        text.reserve(m_lastLength);
+        record.m_ends.reserve(m_lastFields);
+    }
     // A quoted field, a quote inside a field or a lone CR means a cell that
     // must be written with quotes, or may be: the record is written cell by
     // cell then.
@@ -139,6 +145,8 @@ CsvReader::Status CsvReader::Fields(CsvRecord& record, int& c) {
         }
     }
     record.m_ends.push_back(text.size());
+    m_lastLength = text.size();
+    m_lastFields = record.m_ends.size();
     return Status::Record;
 }
 

@@ -84,6 +84,8 @@ private:
     long m_recordLine = 1;
     unsigned char m_high = 0;  // the high bit set when a byte of the record has it
     bool m_started = false;
+    size_t m_lastLength = 0;  // of the last record's text
+    size_t m_lastFields = 0;
 };
 
 // A set of bytes, looked up by a byte's value.
