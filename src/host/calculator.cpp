@@ -150,7 +150,15 @@ struct Calculator::Impl {
         term->AssignText(value.text);
         return true;
     }
-    bool Give(CCalcNode* root, CCalcNode* term, const detail::TermValue& value, Result& result);
+    // Puts `value` into the tree; false with the failure in `result` when it
+    // cannot.  A failed substitution is a compile failure of the new text:
+    // the error code is not set, the id asked for is the failure's.
+    bool Give(CCalcNode* root, CCalcNode* term, const detail::TermValue& value, Result& result) {
+        detail::ResetLastAskedId();
+        if (Put(root, term, value)) return true;
+        result = EngineFailure(detail::LastAskedId() ? detail::LastAskedId() : calc->GetLastErrorCode());
+        return false;
+    }
     // The Answer... members put the host's answer for `term` into the tree
     // and return true, or return false with the failure in `result`.
     bool AnswerName(CCalcNode* root, CCalcNode* term, Bindings& owner, Result& result);
@@ -192,15 +200,6 @@ std::string Calculator::Impl::CyclePath(Bindings::Impl& bindings, int start) con
     return {};
 }
 
-// Puts `value` into the tree; false with the failure in `result` when it
-// cannot.  A failed substitution is a compile failure of the new text: the
-// error code is not set, the id asked for is the failure's.
-bool Calculator::Impl::Give(CCalcNode* root, CCalcNode* term, const detail::TermValue& value, Result& result) {
-    detail::ResetLastAskedId();
-    if (Put(root, term, value)) return true;
-    result = EngineFailure(detail::LastAskedId() ? detail::LastAskedId() : calc->GetLastErrorCode());
-    return false;
-}
 
 bool Calculator::Impl::AnswerName(CCalcNode* root, CCalcNode* term, Bindings& owner, Result& result) {
     Bindings::Impl& bindings = *owner.m_impl;

@@ -54,9 +54,11 @@ std::vector<std::u16string> FoldedNamesOf(const std::u16string& formula);
 
 // Installs the provider bridge as the engine's message provider (once).
 void InstallProvider();
-// The id the engine last asked the provider for on this thread; reset with 0.
-uint32_t LastAskedId();
-void ResetLastAskedId();
+// The id the engine last asked the provider for on this thread; reset with
+// 0.  Read and reset inline: a reset precedes every answer to the engine.
+extern constinit thread_local uint32_t t_lastAsked;
+inline uint32_t LastAskedId() { return t_lastAsked; }
+inline void ResetLastAskedId() { t_lastAsked = 0; }
 
 // Runs `js` scripts in an embedded JavaScript engine: one heap per script
 // host, made on the first script and kept, with the time and memory limits
