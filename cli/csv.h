@@ -26,7 +26,7 @@ public:
     size_t size() const { return m_ends.size(); }
     std::string_view operator[](size_t i) const {
         const size_t begin = i ? m_ends[i - 1] + 1 : 0;
-        return std::string_view(m_text).substr(begin, m_ends[i] - begin);
+        return std::string_view(m_text.data() + begin, m_ends[i] - begin);
     }
     // The fields joined by commas.
     const std::string& text() const { return m_text; }

@@ -321,7 +321,9 @@ Result Calculator::Evaluate(const Formula& formula, Bindings& bindings) {
 }
 
 void Calculator::Evaluate(const Formula& formula, Bindings& bindings, Result& result) {
-    if (!formula.ok()) {
+    // ok(), read in place: this runs for every cell.
+    const Formula::Compiled* compiled = formula.m_compiled.get();
+    if (!compiled || !compiled->root) {
         result = Result::Failure(formula.error());
         return;
     }
@@ -330,7 +332,7 @@ void Calculator::Evaluate(const Formula& formula, Bindings& bindings, Result& re
     impl.scripts.Forget();
     // The compiled root is shared and never touched: every calculation
     // rewrites a clone of its own.
-    const std::unique_ptr<CCalcNode, ReleaseNode> root(formula.m_compiled->root->Clone());
+    const std::unique_ptr<CCalcNode, ReleaseNode> root(compiled->root->Clone());
     for (bool answered = true; answered;) {
         CCalcNode* pending = nullptr;
         const int code = impl.calc->Calculate(root.get(), impl.out, pending, 0, impl.options.format);
