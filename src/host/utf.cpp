@@ -52,13 +52,23 @@ namespace detail {
 // Both conversions write into room made for the longest result (a UTF-8
 // byte gives at most one UTF-16 unit, a UTF-16 unit at most three bytes)
 // and then cut the string to what was written: no growth check per unit.
-// ASCII, the common case, takes the shortest path through each loop.
+// ASCII, the common case, takes the shortest path through each loop, four
+// units at a time where four in a row are ASCII.
 void Utf8ToUtf16(std::string_view utf8, std::u16string& out) {
     out.resize(utf8.size());
     char16_t* o = out.data();
     const auto* p = reinterpret_cast<const unsigned char*>(utf8.data());
     const auto* end = p + utf8.size();
     while (p < end) {
+        if (end - p >= 4 && (p[0] | p[1] | p[2] | p[3]) < 0x80) {
+            o[0] = p[0];
+            o[1] = p[1];
+            o[2] = p[2];
+            o[3] = p[3];
+            o += 4;
+            p += 4;
+            continue;
+        }
         uint32_t cp = *p++;
         if (cp < 0x80) {
             *o++ = static_cast<char16_t>(cp);
@@ -97,8 +107,15 @@ void Utf16ToUtf8(std::u16string_view text, std::string& out) {
     out.resize(text.size());
     char* to = out.data();
     const char16_t* from = text.data();
+    const size_t size = text.size();
     size_t ascii = 0;
-    for (; ascii < text.size() && from[ascii] < 0x80; ++ascii) to[ascii] = static_cast<char>(from[ascii]);
+    for (; size - ascii >= 4 && (from[ascii] | from[ascii + 1] | from[ascii + 2] | from[ascii + 3]) < 0x80; ascii += 4) {
+        to[ascii] = static_cast<char>(from[ascii]);
+        to[ascii + 1] = static_cast<char>(from[ascii + 1]);
+        to[ascii + 2] = static_cast<char>(from[ascii + 2]);
+        to[ascii + 3] = static_cast<char>(from[ascii + 3]);
+    }
+    for (; ascii < size && from[ascii] < 0x80; ++ascii) to[ascii] = static_cast<char>(from[ascii]);
     if (ascii == text.size()) return;
     out.resize(ascii + (text.size() - ascii) * 3);
     char* o = out.data() + ascii;
