@@ -200,8 +200,9 @@ std::string Calculator::Impl::CyclePath(Bindings::Impl& bindings, int start) con
     return {};
 }
 
-
-bool Calculator::Impl::AnswerName(CCalcNode* root, CCalcNode* term, Bindings& owner, Result& result) {
+// Inline, as Done: each is called from the calculation loop alone, once
+// for every name and every value.
+inline bool Calculator::Impl::AnswerName(CCalcNode* root, CCalcNode* term, Bindings& owner, Result& result) {
     Bindings::Impl& bindings = *owner.m_impl;
     int slotIndex = bindings.Recent(out.Str());
     if (slotIndex < 0) slotIndex = bindings.Lookup(out.Str(), owner);
@@ -252,7 +253,7 @@ bool Calculator::Impl::AnswerFunction(CCalcNode* root, CCalcNode* term, Result& 
 }
 
 // The finished value into `result`, whose strings keep their storage.
-void Calculator::Impl::Done(CCalcNode& root, Result& result) {
+inline void Calculator::Impl::Done(CCalcNode& root, Result& result) {
     if (options.format) root.GetDisplayText(answer, 0, options.format);
     else root.GetText(answer, 0);
     result.ok = true;
