@@ -169,7 +169,6 @@ struct Calculator::Impl {
     void Stopped(int code, CCalcNode* pending, Result& result);
 };
 
-
 // The path by which `start`'s formula comes back to `start` through other
 // formula-valued names ("a -> b -> a"), or empty when it never does.
 std::string Calculator::Impl::CyclePath(Bindings::Impl& bindings, int start) const {
