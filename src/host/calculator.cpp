@@ -200,8 +200,9 @@ std::string Calculator::Impl::CyclePath(Bindings::Impl& bindings, int start) con
 }
 
 // Inline, as Done: each is called from the calculation loop alone, once
-// for every name and every value.
-inline bool Calculator::Impl::AnswerName(CCalcNode* root, CCalcNode* term, Bindings& owner, Result& result) {
+// for every name and every value.  The compiler keeps this one a call
+// unless told.
+[[gnu::always_inline]] inline bool Calculator::Impl::AnswerName(CCalcNode* root, CCalcNode* term, Bindings& owner, Result& result) {
     Bindings::Impl& bindings = *owner.m_impl;
     int slotIndex = bindings.Recent(out.Str());
     if (slotIndex < 0) slotIndex = bindings.Lookup(out.Str(), owner);
