@@ -2,8 +2,6 @@
 // answered from.
 #include "host/bindings_impl.h"
 
-#include <qorcalc/utility.h>
-
 namespace qorcalc::host {
 
 Bindings::Bindings() : m_impl(std::make_unique<Impl>()) {}
@@ -48,29 +46,6 @@ void Bindings::Impl::Refresh(Slot& s) {
     }
     s.stale = false;
 }
-
-namespace detail {
-
-// A text always arrives as a text: quoted, so the engine never reads it as
-// a number or a formula.
-void MakeTermValue(std::string_view utf8, bool numeric, TermValue& value) {
-    std::u16string& text = value.text.Str();
-    Utf8ToUtf16(utf8, text);
-    value.standIn = false;
-    // Empty text is a text: the engine would read it as the number 0.
-    if (numeric && !text.empty() && CUtilityCalc::IsPureNumber(text.c_str(), 1)) return;
-    // The engine strips every pair of like quotes around a value, so a text
-    // that itself begins and ends with one quote character is given a
-    // stand-in first and then its exact text.
-    if (text.size() >= 2 && text.front() == text.back() && (text.front() == u'\'' || text.front() == u'"')) {
-        value.standIn = true;
-        return;
-    }
-    text.insert(text.begin(), u'\'');
-    text += u'\'';
-}
-
-}  // namespace detail
 
 int Bindings::Declare(std::string_view name) {
     std::u16string folded;

@@ -5,7 +5,6 @@
 #include <qorcalc/calc.h>
 #include <qorcalc/func.h>
 #include <qorcalc/node.h>
-#include <qorcalc/utility.h>
 
 #include <iterator>
 #include <optional>

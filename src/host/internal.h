@@ -12,6 +12,7 @@
 #include <qorcalc/func.h>
 #include <qorcalc/host.h>
 #include <qorcalc/string.h>
+#include <qorcalc/utility.h>
 
 #include <chrono>
 #include <cstdint>
@@ -43,8 +44,26 @@ struct TermValue {
     bool standIn = false;
 };
 // `utf8` as a TermValue into `value`, reusing its storage: as it is when
-// `numeric` and it reads as a number, else as a text.
-void MakeTermValue(std::string_view utf8, bool numeric, TermValue& value);
+// `numeric` and it reads as a number, else as a text.  A text always
+// arrives as a text: quoted, so the engine never reads it as a number or a
+// formula.  Always inline: it runs for every field a record's columns ask
+// for, and the compiler keeps it a call unless told.
+[[gnu::always_inline]] inline void MakeTermValue(std::string_view utf8, bool numeric, TermValue& value) {
+    std::u16string& text = value.text.Str();
+    Utf8ToUtf16(utf8, text);
+    value.standIn = false;
+    // Empty text is a text: the engine would read it as the number 0.
+    if (numeric && !text.empty() && CUtilityCalc::IsPureNumber(text.c_str(), 1)) return;
+    // The engine strips every pair of like quotes around a value, so a text
+    // that itself begins and ends with one quote character is given a
+    // stand-in first and then its exact text.
+    if (text.size() >= 2 && text.front() == text.back() && (text.front() == u'\'' || text.front() == u'"')) {
+        value.standIn = true;
+        return;
+    }
+    text.insert(text.begin(), u'\'');
+    text += u'\'';
+}
 
 // A calculator for compiling texts whose tree only needs looking at (the
 // names of a formula-valued answer, the function catalogue): one per thread.
