@@ -41,7 +41,7 @@ struct Failure {
 };
 
 struct Batch {
-    std::vector<std::vector<std::string>> records;
+    std::vector<CsvRecord> records;
     std::vector<long> lines;
     size_t count = 0;
     // What the worker made of the records: their rows, formatted, and each
@@ -127,8 +127,7 @@ public:
     virtual ~Output() = default;
     virtual void Header(const std::vector<std::string>& names) = 0;
     // Appends a record's row to `out`.
-    virtual void Format(const std::vector<std::string>& fields, const std::vector<Result>& results,
-                        std::string& out) const = 0;
+    virtual void Format(const CsvRecord& fields, const std::vector<Result>& results, std::string& out) const = 0;
     virtual void Write(const std::string& text) { std::fwrite(text.data(), 1, text.size(), stdout); }
     virtual void Finish() {}
 };
@@ -137,21 +136,28 @@ class CsvOutput final : public Output {
 public:
     void Header(const std::vector<std::string>& names) override {
         std::string line;
-        Format(names, {}, line);
-        Write(line);
-    }
-    void Format(const std::vector<std::string>& fields, const std::vector<Result>& results,
-                std::string& out) const override {
-        for (size_t i = 0; i < fields.size(); ++i) {
-            if (i) out += ',';
-            AppendCsvCell(fields[i], out);
+        for (size_t i = 0; i < names.size(); ++i) {
+            if (i) line += ',';
+            AppendCsvCell(names[i], line);
         }
-        for (size_t k = 0; k < results.size(); ++k) {
-            if (k || !fields.empty()) out += ',';
-            if (results[k].ok)
-                AppendCsvCell(results[k].value.text, out);
+        Write(line + '\n');
+    }
+    // A record whose fields need no quotes is copied whole.
+    void Format(const CsvRecord& fields, const std::vector<Result>& results, std::string& out) const override {
+        if (fields.plain()) {
+            out += fields.text();
+        } else {
+            for (size_t i = 0; i < fields.size(); ++i) {
+                if (i) out += ',';
+                AppendCsvCell(fields[i], out);
+            }
+        }
+        for (const Result& result : results) {
+            out += ',';
+            if (result.ok)
+                AppendCsvCell(result.value.text, out);
             else
-                AppendCsvCell(CellText(results[k]), out);
+                AppendCsvCell(CellText(result), out);
         }
         out += '\n';
     }
@@ -160,11 +166,10 @@ public:
 class JsonOutput final : public Output {
 public:
     void Header(const std::vector<std::string>& names) override { m_names = names; }
-    void Format(const std::vector<std::string>& fields, const std::vector<Result>& results,
-                std::string& out) const override {
+    void Format(const CsvRecord& fields, const std::vector<Result>& results, std::string& out) const override {
         out += '{';
         size_t k = 0;
-        for (const std::string& field : fields) Key(k++, out), AppendJson(field, out);
+        for (size_t i = 0; i < fields.size(); ++i) Key(k++, out), AppendJson(fields[i], out);
         for (const Result& result : results) {
             Key(k++, out);
             if (result.ok) {
@@ -197,9 +202,8 @@ public:
     }
     // Every cell ends with a line break, which no cell holds once flattened,
     // so Write can cut a batch's text back into rows of cells.
-    void Format(const std::vector<std::string>& fields, const std::vector<Result>& results,
-                std::string& out) const override {
-        for (const std::string& field : fields) AppendFlat(field, out);
+    void Format(const CsvRecord& fields, const std::vector<Result>& results, std::string& out) const override {
+        for (size_t i = 0; i < fields.size(); ++i) AppendFlat(fields[i], out);
         for (const Result& result : results) AppendFlat(CellText(result), out);
     }
     void Write(const std::string& text) override {
@@ -220,7 +224,7 @@ public:
 
 private:
     // Line breaks inside a cell would break the table.
-    static void AppendFlat(const std::string& cell, std::string& out) {
+    static void AppendFlat(std::string_view cell, std::string& out) {
         for (char c : cell) {
             if (c == '\r' || c == '\n')
                 out += "\xE2\x86\xB5";
@@ -278,7 +282,7 @@ public:
         batch.text.clear();
         batch.failures.assign(batch.failures.size(), {});
         for (size_t r = 0; r < batch.count; ++r) {
-            const std::vector<std::string>& record = batch.records[r];
+            const CsvRecord& record = batch.records[r];
             for (size_t i = 0; i < m_fieldCount; ++i) m_records.SetField(i, record[i]);
             const std::vector<Result>& results = m_records.Evaluate();
             m_output.Format(record, results, batch.text);
@@ -410,12 +414,13 @@ int RunReport(const ReportArgs& args, Language language) {
     if (!formulaFile) return say(kMsgCannotOpen, {args.formulas, std::strerror(errno)});
 
     CsvReader reader(data.get());
-    std::vector<std::string> header;
-    const CsvReader::Status first = reader.Next(header);
+    CsvRecord firstLine;
+    const CsvReader::Status first = reader.Next(firstLine);
     if (first == CsvReader::Status::End) return say(kMsgEmptyCsv, {args.data});
     if (first == CsvReader::Status::OpenQuote) return say(kMsgOpenQuote, {args.data, std::to_string(reader.line())});
-    for (const std::string& name : header)
-        if (!host::IsValidUtf8(name)) return say(kMsgCsvNotUtf8, {args.data, "1"});
+    if (!host::IsValidUtf8(firstLine.text())) return say(kMsgCsvNotUtf8, {args.data, "1"});
+    std::vector<std::string> header;
+    for (size_t i = 0; i < firstLine.size(); ++i) header.emplace_back(firstLine[i]);
 
     host::Calculator compiler(host::Options{language, 0, {}, nullptr});
     std::vector<Column> columns;
@@ -454,8 +459,10 @@ int RunReport(const ReportArgs& args, Language language) {
     };
 
     // A record that stops the run has its line named; 0 for a good one.
-    auto reject = [&](CsvReader::Status got, const std::vector<std::string>& record) {
-        const bool utf8 = reader.ascii() || std::all_of(record.begin(), record.end(), [](const std::string& f) { return host::IsValidUtf8(f); });
+    // The fields' text is valid UTF-8 when each field is: a comma between
+    // two is no part of any character.
+    auto reject = [&](CsvReader::Status got, const CsvRecord& record) {
+        const bool utf8 = reader.ascii() || host::IsValidUtf8(record.text());
         if (got == CsvReader::Status::Record && record.size() == header.size() && utf8) return 0;
         const std::string line = std::to_string(reader.line());
         if (got == CsvReader::Status::OpenQuote) return say(kMsgOpenQuote, {args.data, line});
@@ -480,7 +487,7 @@ int RunReport(const ReportArgs& args, Language language) {
                 batch->records.emplace_back();
                 batch->lines.push_back(0);
             }
-            std::vector<std::string>& record = batch->records[batch->count];
+            CsvRecord& record = batch->records[batch->count];
             const CsvReader::Status got = reader.Next(record);
             if (got == CsvReader::Status::End) {
                 more = false;

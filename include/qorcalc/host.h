@@ -223,6 +223,10 @@ public:
     Formula Compile(std::string_view text);
     // Calculates a fresh clone of `formula`, answering names from `bindings`.
     Result Evaluate(const Formula& formula, Bindings& bindings);
+    // The same into `result`, whose strings keep their storage: a caller
+    // that calculates record after record into the same Result allocates
+    // nothing for a value that fits what it held before.
+    void Evaluate(const Formula& formula, Bindings& bindings, Result& result);
     // Compile and Evaluate in one.
     Result Evaluate(std::string_view text, Bindings& bindings);
 

@@ -2,8 +2,6 @@
 // answered from.
 #include "host/bindings_impl.h"
 
-#include <qorcalc/utility.h>
-
 namespace qorcalc::host {
 
 Bindings::Bindings() : m_impl(std::make_unique<Impl>()) {}
@@ -22,12 +20,10 @@ int Bindings::Impl::FindFolded(const std::u16string& folded) const {
 }
 
 int Bindings::Impl::FindWide(std::u16string_view name) {
-    const size_t hash = name.empty() ? 0 : name.size() * 31 + name.front() * 7 + name.back() + name[name.size() / 2];
-    RecentName& seen = recent[hash % recent.size()];
-    if (seen.slot >= 0 && seen.name == name) return seen.slot;
+    if (const int seen = Recent(name); seen >= 0) return seen;
     detail::FoldName(name, scratch);
     const int found = FindFolded(scratch);
-    if (found >= 0) seen = {std::u16string(name), found};
+    if (found >= 0) RecentEntry(name) = {std::u16string(name), found};
     return found;
 }
 
@@ -40,20 +36,14 @@ int Bindings::Impl::Lookup(std::u16string_view name, Bindings& owner) {
     return slot;
 }
 
-void Bindings::Impl::Set(int slot, Answer answer, std::string_view text) {
-    Slot& s = slots.at(static_cast<size_t>(slot));
-    s.answer = answer;
-    if (text.empty()) s.text.clear();  // unsetting, once per column and record
-    else s.text.assign(text);
-    s.stale = true;
-    s.names.clear();
-}
-
-void Bindings::Impl::Prepare(Slot& s) {
-    if (!s.stale) return;
-    detail::Utf8ToUtf16(s.text, s.wide);
-    // Empty text is a text: the engine would read it as the number 0.
-    s.number = s.answer == Answer::Value && !s.wide.empty() && CUtilityCalc::IsPureNumber(s.wide.c_str(), 1);
+void Bindings::Impl::Refresh(Slot& s) {
+    if (s.answer == Answer::Formula) {
+        // As written: the engine substitutes the formula's text for the name.
+        detail::Utf8ToUtf16(s.text, s.term.text.Str());
+        s.term.standIn = false;
+    } else if (s.answer == Answer::Value || s.answer == Answer::Text) {
+        detail::MakeTermValue(s.text, s.answer == Answer::Value, s.term);
+    }
     s.stale = false;
 }
 
@@ -92,7 +82,7 @@ void Bindings::SetFormula(int slot, std::string_view formula) {
     m_impl->Prepare(s);
     // The names it asks for are the edges along which a name can come back
     // to itself.
-    s.names = detail::FoldedNamesOf(s.wide);
+    s.names = detail::FoldedNamesOf(s.term.text.Str());
 }
 
 void Bindings::SetResult(int slot, const Result& result) {

@@ -5,7 +5,6 @@
 #include <qorcalc/calc.h>
 #include <qorcalc/func.h>
 #include <qorcalc/node.h>
-#include <qorcalc/utility.h>
 
 #include <iterator>
 #include <optional>
@@ -92,10 +91,6 @@ struct ReleaseNode {
     void operator()(CCalcNode* node) const { CCalcNode::Release(node); }
 };
 
-bool BoundedByOneQuote(const std::u16string& text) {
-    return text.size() >= 2 && text.front() == text.back() && (text.front() == u'\'' || text.front() == u'"');
-}
-
 }  // namespace
 
 Formula::Formula() = default;
@@ -125,6 +120,7 @@ struct Calculator::Impl {
     // Scratch kept between calculations so that answering allocates nothing.
     CString out;
     CString answer;
+    detail::TermValue functionValue;
     CString functionName;
     CStringArray arguments;
     std::vector<std::string> argumentTexts;
@@ -134,45 +130,43 @@ struct Calculator::Impl {
     std::string Text(uint32_t id, const std::vector<std::string>& args) const {
         return HostText(id, options.language, args);
     }
-    Result Fail(uint32_t id, const std::vector<std::string>& args) const {
-        return Result::Failure({id, -1, Text(id, args)});
+    // Host message `id` as the failure in `result`; false, for the
+    // Answer... members to return.
+    bool Fail(Result& result, uint32_t id, const std::vector<std::string>& args) const {
+        result = Result::Failure({id, -1, Text(id, args)});
+        return false;
     }
     // A failure the engine recorded: its id and its last error text.
     static Result EngineFailure(uint32_t id) {
         return Result::Failure({id, -1, ToUtf8(std::u16string_view(GetLastErrorText()))});
     }
 
-    bool AnswerText(CCalcNode* root, CCalcNode* term, const std::u16string& text);
-    bool AnswerNumberOrText(CCalcNode* root, CCalcNode* term, const std::u16string& text, bool number);
-    std::optional<Result> AnswerName(CCalcNode* root, CCalcNode* term, Bindings& owner);
-    std::optional<Result> CallHost(const std::u16string& folded, const std::string& name);
-    std::optional<Result> AnswerFunction(CCalcNode* root, CCalcNode* term);
-    std::string CyclePath(Bindings::Impl& bindings, int start) const;
-    Result Done(CCalcNode& root);
-};
-
-// A text always arrives as a text: quoted, so the engine never reads it as a
-// number or a formula.  The engine strips every pair of like quotes around a
-// value, so a text that itself begins and ends with one quote character is
-// given a stand-in first and then its exact text.
-bool Calculator::Impl::AnswerText(CCalcNode* root, CCalcNode* term, const std::u16string& text) {
-    if (BoundedByOneQuote(text)) {
+    // Puts `value` into the tree in place of `term`; false when the engine
+    // takes no such value.
+    bool Put(CCalcNode* root, CCalcNode* term, const detail::TermValue& value) {
+        if (!value.standIn) return calc->SetTermValue(root, term, value.text) != 0;
         if (!calc->SetTermValue(root, term, CString(u"'-'"))) return false;
-        term->AssignText(CString(text));
+        term->AssignText(value.text);
         return true;
     }
-    std::u16string& quoted = answer.Str();
-    quoted.assign(1, u'\'');
-    quoted += text;
-    quoted += u'\'';
-    return calc->SetTermValue(root, term, answer) != 0;
-}
-
-bool Calculator::Impl::AnswerNumberOrText(CCalcNode* root, CCalcNode* term, const std::u16string& text, bool number) {
-    if (!number) return AnswerText(root, term, text);
-    answer.Str().assign(text);
-    return calc->SetTermValue(root, term, answer) != 0;
-}
+    // Puts `value` into the tree; false with the failure in `result` when it
+    // cannot.  A failed substitution is a compile failure of the new text:
+    // the error code is not set, the id asked for is the failure's.
+    bool Give(CCalcNode* root, CCalcNode* term, const detail::TermValue& value, Result& result) {
+        detail::ResetLastAskedId();
+        if (Put(root, term, value)) return true;
+        result = EngineFailure(detail::LastAskedId() ? detail::LastAskedId() : calc->GetLastErrorCode());
+        return false;
+    }
+    // The Answer... members put the host's answer for `term` into the tree
+    // and return true, or return false with the failure in `result`.
+    bool AnswerName(CCalcNode* root, CCalcNode* term, Bindings& owner, Result& result);
+    std::optional<Result> CallHost(const std::u16string& folded, const std::string& name);
+    bool AnswerFunction(CCalcNode* root, CCalcNode* term, Result& result);
+    std::string CyclePath(Bindings::Impl& bindings, int start) const;
+    void Done(CCalcNode& root, Result& result);
+    void Stopped(int code, CCalcNode* pending, Result& result);
+};
 
 // The path by which `start`'s formula comes back to `start` through other
 // formula-valued names ("a -> b -> a"), or empty when it never does.
@@ -204,36 +198,30 @@ std::string Calculator::Impl::CyclePath(Bindings::Impl& bindings, int start) con
     return {};
 }
 
-std::optional<Result> Calculator::Impl::AnswerName(CCalcNode* root, CCalcNode* term, Bindings& owner) {
+// Inline, as Done: each is called from the calculation loop alone, once
+// for every name and every value.  The compiler keeps this one a call
+// unless told.
+[[gnu::always_inline]] inline bool Calculator::Impl::AnswerName(CCalcNode* root, CCalcNode* term, Bindings& owner, Result& result) {
     Bindings::Impl& bindings = *owner.m_impl;
-    const int slotIndex = bindings.Lookup(out.Str(), owner);
-    if (slotIndex < 0) return Fail(kMsgUnknownName, {ToUtf8(out.Str())});
+    int slotIndex = bindings.Recent(out.Str());
+    if (slotIndex < 0) slotIndex = bindings.Lookup(out.Str(), owner);
+    if (slotIndex < 0) return Fail(result, kMsgUnknownName, {ToUtf8(out.Str())});
     Slot& slot = bindings.slots[static_cast<size_t>(slotIndex)];
     bindings.Prepare(slot);
-    bool ok = false;
-    detail::ResetLastAskedId();
     switch (slot.answer) {
         case Answer::None:
-            return Fail(kMsgUnknownName, {slot.name});
+            return Fail(result, kMsgUnknownName, {slot.name});
         case Answer::Failed:
-            return Fail(kMsgNameFailed, {slot.name, slot.text});
+            return Fail(result, kMsgNameFailed, {slot.name, slot.text});
+        case Answer::Formula:
+            if (const std::string cycle = CyclePath(bindings, slotIndex); !cycle.empty())
+                return Fail(result, kMsgCycle, {slot.name, cycle});
+            [[fallthrough]];
         case Answer::Value:
         case Answer::Text:
-            ok = AnswerNumberOrText(root, term, slot.wide, slot.number);
-            break;
-        case Answer::Formula: {
-            const std::string cycle = CyclePath(bindings, slotIndex);
-            if (!cycle.empty()) return Fail(kMsgCycle, {slot.name, cycle});
-            // As written: the engine substitutes the text for the name.
-            answer.Str().assign(slot.wide);
-            ok = calc->SetTermValue(root, term, answer) != 0;
-            break;
-        }
+            return Give(root, term, slot.term, result);
     }
-    if (ok) return std::nullopt;
-    // A failed substitution is a compile failure of the new text: the error
-    // code is not set, the id asked for is the failure's.
-    return EngineFailure(detail::LastAskedId() ? detail::LastAskedId() : calc->GetLastErrorCode());
+    return true;
 }
 
 // The host's function of that name, else its source; none when neither
@@ -250,29 +238,46 @@ std::optional<Result> Calculator::Impl::CallHost(const std::u16string& folded, c
     return source(name, argumentTexts);
 }
 
-std::optional<Result> Calculator::Impl::AnswerFunction(CCalcNode* root, CCalcNode* term) {
+bool Calculator::Impl::AnswerFunction(CCalcNode* root, CCalcNode* term, Result& result) {
     // Raw: argument texts exactly, which a "\r\n"-joined call text cannot
     // promise when an argument holds a line break.
     term->GetFunctionCall(functionName, arguments, 1);
     detail::FoldName(functionName.Str(), folded);
     const std::string name = ToUtf8(functionName.Str());
     const std::optional<Result> called = CallHost(folded, name);
-    if (!called) return Fail(kMsgUnknownFunction, {name});
-    const Result& result = *called;
-    if (!result.ok) return Fail(kMsgFunctionFailed, {name, result.error.message});
-    std::u16string value;
-    detail::Utf8ToUtf16(result.value.text, value);
-    const bool number = result.value.kind == Kind::Number && !value.empty() &&
-                        CUtilityCalc::IsPureNumber(value.c_str(), 1);
-    detail::ResetLastAskedId();
-    if (AnswerNumberOrText(root, term, value, number)) return std::nullopt;
-    return EngineFailure(detail::LastAskedId() ? detail::LastAskedId() : calc->GetLastErrorCode());
+    if (!called) return Fail(result, kMsgUnknownFunction, {name});
+    if (!called->ok) return Fail(result, kMsgFunctionFailed, {name, called->error.message});
+    detail::MakeTermValue(called->value.text, called->value.kind == Kind::Number, functionValue);
+    return Give(root, term, functionValue, result);
 }
 
-Result Calculator::Impl::Done(CCalcNode& root) {
+// The finished value into `result`, whose strings keep their storage.
+inline void Calculator::Impl::Done(CCalcNode& root, Result& result) {
     if (options.format) root.GetDisplayText(answer, 0, options.format);
     else root.GetText(answer, 0);
-    return Result::Success({root.GetKind() == NodeNumber ? Kind::Number : Kind::Text, ToUtf8(answer.Str())});
+    result.ok = true;
+    result.value.kind = root.GetKind() == NodeNumber ? Kind::Number : Kind::Text;
+    detail::Utf16ToUtf8(answer.Str(), result.value.text);
+    // A success carries the empty error Result::Success gives it.
+    result.error.id = 0;
+    result.error.position = -1;
+    result.error.message.clear();
+}
+
+// A calculation the engine ended without a value: a refused host function,
+// or a failure it recorded.
+void Calculator::Impl::Stopped(int code, CCalcNode* pending, Result& result) {
+    if (code == CALC_REFUSED) {
+        CString name;
+        CStringArray ignored;
+        if (pending) pending->GetFunctionCall(name, ignored, 1);
+        Fail(result, kMsgRefused, {ToUtf8(name.Str())});
+        return;
+    }
+    result = EngineFailure(static_cast<uint32_t>(calc->GetLastErrorCode()));
+    // The engine reports a failed script as a failed function; the script
+    // host knows what went wrong.
+    if (!scripts.failure().empty()) result.error.message = scripts.failure();
 }
 
 Calculator::Calculator(Options options) : m_impl(std::make_unique<Impl>(std::move(options))) {}
@@ -310,41 +315,41 @@ Formula Calculator::Compile(std::string_view text) {
 }
 
 Result Calculator::Evaluate(const Formula& formula, Bindings& bindings) {
-    if (!formula.ok()) return Result::Failure(formula.error());
+    Result result;
+    Evaluate(formula, bindings, result);
+    return result;
+}
+
+void Calculator::Evaluate(const Formula& formula, Bindings& bindings, Result& result) {
+    // ok(), read in place: this runs for every cell.
+    const Formula::Compiled* compiled = formula.m_compiled.get();
+    if (!compiled || !compiled->root) {
+        result = Result::Failure(formula.error());
+        return;
+    }
     Impl& impl = *m_impl;
     impl.Enter();
     impl.scripts.Forget();
     // The compiled root is shared and never touched: every calculation
     // rewrites a clone of its own.
-    const std::unique_ptr<CCalcNode, ReleaseNode> root(formula.m_compiled->root->Clone());
-    for (;;) {
+    const std::unique_ptr<CCalcNode, ReleaseNode> root(compiled->root->Clone());
+    for (bool answered = true; answered;) {
         CCalcNode* pending = nullptr;
         const int code = impl.calc->Calculate(root.get(), impl.out, pending, 0, impl.options.format);
-        std::optional<Result> failure;
         switch (code) {
             case CALC_DONE:
-                return impl.Done(*root);
+                impl.Done(*root, result);
+                return;
             case CALC_NEED_NAME:
-                failure = impl.AnswerName(root.get(), pending, bindings);
+                answered = impl.AnswerName(root.get(), pending, bindings, result);
                 break;
             case CALC_NEED_FUNCTION:
-                failure = impl.AnswerFunction(root.get(), pending);
+                answered = impl.AnswerFunction(root.get(), pending, result);
                 break;
-            case CALC_REFUSED: {
-                CString name;
-                CStringArray ignored;
-                if (pending) pending->GetFunctionCall(name, ignored, 1);
-                return impl.Fail(kMsgRefused, {ToUtf8(name.Str())});
-            }
-            default: {
-                Result result = Impl::EngineFailure(static_cast<uint32_t>(impl.calc->GetLastErrorCode()));
-                // The engine reports a failed script as a failed function;
-                // the script host knows what went wrong.
-                if (!impl.scripts.failure().empty()) result.error.message = impl.scripts.failure();
-                return result;
-            }
+            default:
+                impl.Stopped(code, pending, result);
+                return;
         }
-        if (failure) return *failure;
     }
 }
 

@@ -9,9 +9,10 @@
 #include <mutex>
 
 namespace qorcalc::host::detail {
-namespace {
 
-thread_local uint32_t t_lastAsked = 0;
+constinit thread_local uint32_t t_lastAsked = 0;
+
+namespace {
 
 class RecordingProvider final : public ILggInterface {
 public:
@@ -29,8 +30,5 @@ void InstallProvider() {
     static std::once_flag once;
     std::call_once(once, [] { SetLggInterface(&provider); });
 }
-
-uint32_t LastAskedId() { return t_lastAsked; }
-void ResetLastAskedId() { t_lastAsked = 0; }
 
 }  // namespace qorcalc::host::detail

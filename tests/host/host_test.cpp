@@ -42,6 +42,13 @@ TEST(HostBindings, FieldValuesArriveAsNumbersOrExactTexts) {
     b.SetValue("empty", "");
     b.SetText("code", "007");
     b.SetValue("zh", "张三");
+    b.SetValue("mixed", "ab张c😀d");
+    // A slot set from its own text, whole or in part.
+    const int same = b.Declare("same"), tail = b.Declare("tail");
+    b.SetValue(same, "0070");
+    b.SetText(same, b.TextOf(same));
+    b.SetValue(tail, "x12345");
+    b.SetValue(tail, std::string_view(b.TextOf(tail)).substr(1, 4));
     Calculator calc;
     const Case cases[] = {
         {"QTY * price", true, "3.75", Kind::Number},
@@ -52,6 +59,12 @@ TEST(HostBindings, FieldValuesArriveAsNumbersOrExactTexts) {
         {"empty", true, ""},
         {"code", true, "007"},
         {"zh + wrapped", true, "张三'abc'"},
+        {"mixed", true, "ab张c😀d"},
+        {"wrapped + mixed", true, "'abc'ab张c😀d"},
+        // Half of a surrogate pair comes out as U+FFFD.
+        {"'é' + left('😀', 1) + 'ß' + right('x😀', 1)", true, "é\xEF\xBF\xBDß\xEF\xBF\xBD"},
+        {"same", true, "0070"},
+        {"tail + 1", true, "1235", Kind::Number},
         {"missing + 1", false, "missing", Kind::Text, kMsgUnknownName},
     };
     for (const Case& c : cases) Check(calc, b, c);
@@ -94,6 +107,93 @@ TEST(HostBindings, ComputedResultsKeepTheirKindAndFailuresPropagate) {
         {"f", false, "bad argument", Kind::Text, kMsgNameFailed},
     };
     for (const Case& c : cases) Check(calc, b, c);
+}
+
+// Calculating into one Result again and again leaves in it exactly what a
+// fresh Result would hold: nothing of the outcome before survives.
+TEST(HostBindings, AReusedResultHoldsOnlyTheLatestOutcome) {
+    Bindings b;
+    b.SetValue("name", "a rather long customer name, past any short-string room");
+    Calculator calc;
+    const char* const formulas[] = {
+        "name", "missing", "len(name)", "1+(", "'x'", "name & '!'", "1/0", "", "2.50 * 2",
+    };
+    Result reused;
+    for (const char* formula : formulas) {
+        SCOPED_TRACE(formula);
+        const Result fresh = calc.Evaluate(formula, b);
+        calc.Evaluate(calc.Compile(formula), b, reused);
+        EXPECT_EQ(reused.ok, fresh.ok);
+        EXPECT_EQ(reused.value.kind, fresh.value.kind);
+        EXPECT_EQ(reused.value.text, fresh.value.text);
+        EXPECT_EQ(reused.error.id, fresh.error.id);
+        EXPECT_EQ(reused.error.position, fresh.error.position);
+        EXPECT_EQ(reused.error.message, fresh.error.message);
+    }
+}
+
+// A column sees the record's fields and the columns before it, never itself,
+// a later column or anything of the record before; a name that is a field's
+// and a column's is the column's, without a value until it is calculated.
+TEST(HostRecords, ColumnsSeeOnlyThisRecordsFieldsAndEarlierColumns) {
+    Calculator compiler;
+    const std::vector<std::string> fields = {"id", "qty", "Price", "shared", "unused"};
+    const std::pair<const char*, const char*> formulas[] = {
+        {"early", "late + 1"},      // 0: a later column has no value yet
+        {"total", "qty * price"},   // 1
+        {"self", "self + 1"},       // 2: nor has the column itself
+        {"double", "TOTAL * 2"},    // 3: an earlier column, any spelling
+        {"shared", "shared + 1"},   // 4: the field of that name is the column's
+        {"late", "id"},             // 5
+        {"again", "late + double"}, // 6
+        {"total", "total + 1"},     // 7: a second column of a name sees the first
+        {"after", "total"},         // 8: ... and so does every column after it
+    };
+    std::vector<ReportColumn> columns;
+    for (const auto& [name, formula] : formulas) columns.push_back({name, compiler.Compile(formula)});
+    RecordCalculator records(fields, columns);
+    struct Want {
+        std::vector<std::string> values;  // the field values
+        std::vector<std::string> cells;   // each column's value, or "!" and its error id
+    } cases[] = {
+        {{"7", "2", "1.5", "40", "x"}, {"!2000", "3", "!2000", "6", "!2000", "7", "13", "4", "4"}},
+        {{"9", "4", "2", "41", "y"}, {"!2000", "8", "!2000", "16", "!2000", "9", "25", "9", "9"}},
+    };
+    for (const Want& want : cases) {
+        for (size_t i = 0; i < fields.size(); ++i) records.SetField(i, want.values[i]);
+        const std::vector<Result>& results = records.Evaluate();
+        ASSERT_EQ(results.size(), want.cells.size());
+        for (size_t k = 0; k < results.size(); ++k) {
+            SCOPED_TRACE(formulas[k].second);
+            const Result& r = results[k];
+            EXPECT_EQ(r.ok ? r.value.text : "!" + std::to_string(r.error.id), want.cells[k]);
+        }
+    }
+}
+
+// Whether a text is UTF-8, wherever in it the fault lies: among runs of
+// ASCII long and short, at its very end, in a character split by a comma.
+TEST(HostText, Utf8IsValidatedWhereverTheFaultLies) {
+    const std::string ascii = "plain ASCII text, longer than a machine word";
+    const struct {
+        std::string text;
+        bool valid;
+    } cases[] = {
+        {"", true},
+        {ascii, true},
+        {ascii + "\xC3\xA9" + ascii + "\xF0\x9F\x98\x80" + ascii, true},
+        {"\xE5\x8C\x97\xE4\xBA\xAC" + ascii, true},
+        {ascii + "\xFF" + ascii, false},                 // no such byte
+        {ascii.substr(0, 7) + "\xFF" + ascii, false},    // ... last of eight
+        {ascii.substr(0, 8) + "\xFF" + ascii, false},    // ... first of eight
+        {ascii + "\xC3", false},                         // cut short at the end
+        {"12345678\xE5\x8C,\x97" + ascii, false},      // a comma inside a character
+        {ascii.substr(0, 8) + "\xC0\xAF", false},       // overlong
+        {ascii.substr(0, 9) + "\xED\xA0\x80", false},  // a surrogate
+        {ascii.substr(0, 7) + "\xF4\x90\x80\x80", false},  // past U+10FFFF
+        {ascii.substr(0, 16) + "\x80" + ascii, false},   // a continuation byte alone
+    };
+    for (const auto& c : cases) EXPECT_EQ(IsValidUtf8(c.text), c.valid) << c.text;
 }
 
 TEST(HostCompile, ErrorsCarryTheAskedIdAndACharacterPosition) {
