@@ -45,6 +45,7 @@
 #include <qorcalc/string.h>
 
 #include <cstdint>
+#include <string_view>
 #include <vector>
 
 class CCalcTree;
@@ -202,13 +203,12 @@ public:
     const CString& RawText() const { return m_text; }
     // Sets the text exactly as given (no quote removal), mask 2.
     void AssignText(const CString& text);
-    // AssignText that may take the text's storage (`text` is then left with
-    // the node's old one); the caller no longer needs `text`.
-    QORCALC_LOCAL void TakeText(CString& text);
-    // SetLiteral of a text that carries no quotes to remove, which may take
-    // the text's storage as TakeText does; `form` is what
-    // util::MeasureNumberForm says of the text.
-    QORCALC_LOCAL void TakeLiteral(CString& text, int form);
+    // AssignText for the engine's own use, from any text (throws when the
+    // text cannot be copied).
+    QORCALC_LOCAL void SetTextFrom(std::u16string_view text);
+    // SetLiteral of a text that carries no quotes to remove, as SetTextFrom
+    // sets it; `form` is what util::MeasureNumberForm says of the text.
+    QORCALC_LOCAL void SetLiteralFrom(std::u16string_view text, int form);
 
     // The children array, for the evaluator's in-place list rewriting.
     // Whoever edits it keeps the ownership invariant, and lets go of a node

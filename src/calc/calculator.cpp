@@ -173,11 +173,10 @@ void CCalc::RepeatFailure(const CCalcTree& tree) {
 }
 
 int CCalc::SetTermValue(CCalcNode* root, CCalcNode* term, const CString& valueText) {
-    m_strAnswer.Str().assign(valueText.Str());
-    return AnswerTerm(root, term, m_strAnswer);
+    return AnswerTerm(root, term, valueText.Str());
 }
 
-int CCalc::AnswerTerm(CCalcNode* root, CCalcNode* term, CString& value, bool text) {
+int CCalc::AnswerTerm(CCalcNode* root, CCalcNode* term, std::u16string_view answer, bool text) {
     CCalcTree* tree = CCalcTree::Of(root);
     if (!tree) return Refuse(nullptr, CString());
     if (tree->Failed()) {
@@ -195,17 +194,20 @@ int CCalc::AnswerTerm(CCalcNode* root, CCalcNode* term, CString& value, bool tex
     bool reconvert = false;
     // Unquoting a text marked by its quotes would remove them and then the
     // pairs it was written with: the same as unquoting the text alone.
-    if (util::Unquote(value) || text || value.IsEmpty()) {
-        term->TakeText(value);
+    // The answer itself is read where it stands and copied into the term.
+    const std::u16string_view value = util::Unquoted(answer);
+    if (value.size() < answer.size() || text || value.empty()) {
+        term->SetTextFrom(value);
         term->SetKind(NodeString);
-    } else if (const int form = util::MeasureNumberForm(value.Str());
-               form >= 0 || CUtilityCalc::IsPureNumber(value, 1)) {
+    } else if (const int form = util::MeasureNumberForm(value);
+               form >= 0 || CUtilityCalc::IsPureNumber(value.data(), 1)) {
         // Most answers are numbers in number form already: measuring one is
-        // cheaper than the general test, which it implies.
-        term->TakeLiteral(value, form);  // no quotes: unquoting just found none
+        // cheaper than the general test, which it implies.  Nothing was
+        // unquoted, so the value is the whole answer, which ends in a NUL.
+        term->SetLiteralFrom(value, form);
     } else {
         // Anything else is a formula of the host's own, converted in place.
-        term->TakeText(value);
+        term->SetTextFrom(value);
         term->SetKind(NodeName);
         reconvert = true;
     }
@@ -257,7 +259,7 @@ int CCalc::CallFunction(CCalcNode* root, CCalcNode* call, CString& out, int bChe
                                                             : mnger->Call(para, bCheck, index);
     switch (status) {
         case 1:
-            return AnswerTerm(root, call, para.m_strResult, text) ? kGoOn : CALC_ERROR;
+            return AnswerTerm(root, call, para.m_strResult.Str(), text) ? kGoOn : CALC_ERROR;
         case -1:
             return AskHost(call, para, out);
         case -2:

@@ -18,6 +18,7 @@
 #include <qorcalc/node.h>
 
 #include <memory>
+#include <string_view>
 
 namespace qorcalc::calc {
 
@@ -50,9 +51,9 @@ private:
     void Fail(CCalcTree& tree, uint32_t messageId);
     // Reports the failure that ended `tree`'s calculation once more.
     void RepeatFailure(const CCalcTree& tree);
-    // SetTermValue with a value it may take apart (and leave changed);
-    // `text` says the value is a text that only lacks its quotes.
-    int AnswerTerm(CCalcNode* root, CCalcNode* term, CString& value, bool text = false);
+    // SetTermValue of any text; `text` says the answer is a text that only
+    // lacks its quotes.
+    int AnswerTerm(CCalcNode* root, CCalcNode* term, std::u16string_view answer, bool text = false);
     // One function step of Calculate; returns a result code, or -2 to go on.
     int CallFunction(CCalcNode* root, CCalcNode* call, CString& out, int bCheck);
     int AskHost(CCalcNode* call, CFuncPara& para, CString& out);
@@ -76,9 +77,6 @@ private:
     int m_bOwnsMnger = 0;
     CFuncMnger* m_pFuncMnger;
     std::unique_ptr<CFuncPara> m_pSparePara;
-    // The copy of a host's answer that AnswerTerm takes apart, kept so that
-    // its storage serves the next answer.
-    CString m_strAnswer;
 };
 
 }  // namespace qorcalc::calc

@@ -90,14 +90,8 @@ void CCalcNode::AssignText(const CString& text) {
     });
 }
 
-void CCalcNode::TakeText(CString& text) {
-    // A short text is copied, so that both keep the storage they have for
-    // the next value; a long one changes hands instead of being copied.
-    if (static_cast<size_t>(text.GetLength()) > qorcalc::support::kMaxSpareText) {
-        m_text.Str().swap(text.Str());
-    } else {
-        m_text.Str().assign(text.Str());
-    }
+void CCalcNode::SetTextFrom(std::u16string_view text) {
+    m_text.Str().assign(text);
     m_valid = 2;
 }
 
@@ -139,8 +133,8 @@ int CCalcNode::SetLiteral(const CString& text) {
     });
 }
 
-void CCalcNode::TakeLiteral(CString& text, int form) {
-    TakeText(text);
+void CCalcNode::SetLiteralFrom(std::u16string_view text, int form) {
+    SetTextFrom(text);
     m_kind = NodeString;
     ReadLiteral(form);
 }

@@ -61,15 +61,11 @@ char16_t CUtilityCalc::Dettach_Quotes(CString& text, uint8_t* kind) {
     // Unquoting only shortens the text in place, which cannot fail; only
     // telling the kind runs shielded.
     std::u16string& s = text.Str();
-    size_t first = 0, last = s.size();
-    char16_t removed = 0;
-    while (last - first >= 2 && s[first] == s[last - 1] && qorcalc::util::IsQuote(s[first])) {
-        removed = s[first];
-        ++first;
-        --last;
-    }
+    const std::u16string_view inner = qorcalc::util::Unquoted(s);
+    const size_t first = static_cast<size_t>(inner.data() - s.data());
+    const char16_t removed = first > 0 ? s[first - 1] : 0;
     if (removed) {
-        s.erase(last);
+        s.erase(first + inner.size());
         s.erase(0, first);
     }
     if (!kind) return removed;

@@ -17,6 +17,12 @@ inline bool IsBoundedByQuotes(std::u16string_view text) {
     return text.size() >= 2 && text.front() == text.back() && IsQuote(text.front());
 }
 
+// What is left of `text` with every pair of like quotes around it removed.
+inline std::u16string_view Unquoted(std::u16string_view text) {
+    while (IsBoundedByQuotes(text)) text = text.substr(1, text.size() - 2);
+    return text;
+}
+
 // CUtilityCalc::Dettach_Quotes(text, nullptr): every pair of like quotes
 // around the text removed; the last quote character removed, or 0.
 inline char16_t Unquote(CString& text) {
