@@ -44,7 +44,13 @@ public:
     void Restart();
     // Whether `term` is the name or call that the last step returned, still
     // where the walk left it.
-    bool IsPendingAnswer(CCalcNode* term) const;
+    bool IsPendingAnswer(CCalcNode* term) const {
+        if (!term || term != m_pLast || (m_nLastCode != STEP_NAME && m_nLastCode != STEP_FUNCTION)) return false;
+        if (m_open.empty()) return false;
+        const Frame& list = m_open.back();
+        const std::vector<CCalcNode*>& children = list.node->Children();
+        return list.next < children.size() && children[list.next] == term;
+    }
     // For a term IsPendingAnswer accepts, in a tree whose lists passed the
     // type check when converted: whether its list now holds numbers and
     // texts side by side.  Only that list can have changed since, and it

@@ -168,14 +168,6 @@ CCalcNode* CStepWalk::Next(CCalcNode* root, int& code) {
     return found;
 }
 
-bool CStepWalk::IsPendingAnswer(CCalcNode* term) const {
-    if (!term || term != m_pLast || (m_nLastCode != STEP_NAME && m_nLastCode != STEP_FUNCTION)) return false;
-    if (m_open.empty()) return false;
-    const Frame& list = m_open.back();
-    const std::vector<CCalcNode*>& children = list.node->Children();
-    return list.next < children.size() && children[list.next] == term;
-}
-
 bool CStepWalk::PendingListMixesTypes(CCalcNode* term) {
     Frame& list = m_open.back();
     if (!list.kindsKnown) {

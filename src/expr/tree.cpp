@@ -71,10 +71,6 @@ void CCalcTree::Adopt(CCalcNode* node, CCalcTree* tree) {
     }
 }
 
-bool CCalcTree::Accepts(CCalcNode* term) const {
-    return term && term->m_pTree == this && !term->m_bDead && !term->m_bAnswered;
-}
-
 void CCalcTree::SetFailure(uint32_t messageId, const CString& text) {
     m_bFailed = true;
     m_nFailureId = messageId;

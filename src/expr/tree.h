@@ -61,7 +61,9 @@ public:
 
     // Whether the host may set a value into `term`: a live node of this
     // tree that has not been given a value before.
-    bool Accepts(CCalcNode* term) const;
+    bool Accepts(CCalcNode* term) const {
+        return term && term->m_pTree == this && !term->m_bDead && !term->m_bAnswered;
+    }
     void MarkAnswered(CCalcNode* term) { term->m_bAnswered = 1; }
 
     // Keeps `node` (already without children) dead until the root goes.
