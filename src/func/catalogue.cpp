@@ -180,15 +180,15 @@ namespace {
 // The lookup is a function of the name alone, and a report asks for the
 // same few names over and over, spelt the same way: each thread keeps the
 // answers for the spellings it asked last, one per slot of a small table
-// indexed by a hash of the spelling.  Plain data,
-// so it can be read at any point of a thread's life.
+// indexed by a hash of the spelling.  Plain data, so it can be read at any
+// point of a thread's life.
+constexpr size_t kMaxNameLength = 31;  // no built-in name comes near it
 struct CRecentName {
-    char16_t spelling[32];
+    char16_t spelling[kMaxNameLength];
     uint16_t length = 0;  // 0: an empty slot (no name is empty and a built-in)
     int16_t index = -1;
 };
 constexpr size_t kRecentNames = 64;
-constexpr size_t kMaxNameLength = 31;  // no built-in name comes near it
 thread_local CRecentName t_recentNames[kRecentNames];
 
 int LookUpFolded(const char16_t* name, size_t n) {
