@@ -268,6 +268,13 @@ private:
     // Discard with the thread's spares at hand.
     QORCALC_LOCAL static void DiscardWith(CCalcNode* node, qorcalc::expr::CThreadSpares* spares);
     QORCALC_LOCAL void Reset(CCalcNode* parent, uint8_t kind);
+    // Reset's part that makes a kept node `parent`'s child, alive.
+    QORCALC_LOCAL void Join(CCalcNode* parent);
+    // Make for a copy of `source`: everything but its text set at once.
+    QORCALC_LOCAL static CCalcNode* MakeCopyOf(qorcalc::expr::CThreadSpares* spares, CCalcNode* parent,
+                                               const CCalcNode& source);
+    // CopyFrom but for the text.
+    QORCALC_LOCAL void CopyFieldsOf(const CCalcNode& source);
 
     uint8_t m_kind;
     uint8_t m_op = OpNone;

@@ -74,21 +74,48 @@ inline void CCalcNode::Reset(CCalcNode* parent, uint8_t kind) {
     m_kind = kind;
     m_op = OpNone;
     m_position = 0;
-    m_pParent = parent;
     m_valid = 1;
+    m_number = 0.0;
+    Join(parent);
+}
+
+// A node of no tree (a kept one, emptied) becomes `parent`'s, alive.
+inline void CCalcNode::Join(CCalcNode* parent) {
+    m_pParent = parent;
     m_bDead = 0;
     m_bAnswered = 0;
-    m_number = 0.0;
     m_pTree = parent ? parent->m_pTree : nullptr;
     if (m_pTree) m_pTree->CountNode();
 }
 
-// Inline: a clone makes every node of its tree here.
-inline CCalcNode* CCalcNode::Make(qorcalc::expr::CThreadSpares* spares, CCalcNode* parent, uint8_t kind) {
-    if (!spares || spares->nodes.empty()) return new CCalcNode(parent, kind);
+namespace {
+
+// A node kept by this thread, or null when it keeps none.
+CCalcNode* TakeSpare(qorcalc::expr::CThreadSpares* spares) {
+    if (!spares || spares->nodes.empty()) return nullptr;
     CCalcNode* node = spares->nodes.back();
     spares->nodes.pop_back();
+    return node;
+}
+
+}  // namespace
+
+// Inline, as MakeCopyOf: compiling and cloning make every node here.
+inline CCalcNode* CCalcNode::Make(qorcalc::expr::CThreadSpares* spares, CCalcNode* parent, uint8_t kind) {
+    CCalcNode* node = TakeSpare(spares);
+    if (!node) return new CCalcNode(parent, kind);
     node->Reset(parent, kind);
+    return node;
+}
+
+// Make for a copy of `source` in `parent`: its kind, operator, position and
+// number are set here, once; its text is the caller's to copy.
+inline CCalcNode* CCalcNode::MakeCopyOf(qorcalc::expr::CThreadSpares* spares, CCalcNode* parent,
+                                        const CCalcNode& source) {
+    CCalcNode* node = TakeSpare(spares);
+    if (node) node->Join(parent);
+    else node = new CCalcNode(parent, source.m_kind);
+    node->CopyFieldsOf(source);
     return node;
 }
 
@@ -161,6 +188,10 @@ void CCalcNode::CopyValue(const CCalcNode& source) {
 
 void CCalcNode::CopyFrom(const CCalcNode& source) {
     m_text = source.m_text;
+    CopyFieldsOf(source);
+}
+
+inline void CCalcNode::CopyFieldsOf(const CCalcNode& source) {
     m_kind = source.m_kind;
     m_op = source.m_op;
     m_position = source.m_position;
@@ -187,9 +218,9 @@ CCalcNode* CCalcNode::Clone() {
             pending->pop_back();
             to->m_children.reserve(from->m_children.size());
             for (const CCalcNode* child : from->m_children) {
-                CCalcNode* childCopy = Make(spares, to, NodeEmpty);
+                CCalcNode* childCopy = MakeCopyOf(spares, to, *child);
                 to->m_children.push_back(childCopy);  // reserved: cannot fail
-                childCopy->CopyFrom(*child);
+                childCopy->m_text = child->m_text;
                 if (!child->m_children.empty()) pending->emplace_back(child, childCopy);
             }
         }
