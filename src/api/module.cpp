@@ -130,7 +130,6 @@ CString ReportMessage(uint32_t id, const CString& argument) {
     return text;
 }
 
-
 void ReportCurrentException(const char16_t* where) noexcept {
     const GuardDepth depth;  // reporting's own failures come back here
     uint32_t id = CALC_MSG_INTERNAL;
@@ -174,8 +173,7 @@ void ReportEngineFailure(uint32_t id, const CString& argument) noexcept {
 }
 
 uint32_t TakeEngineFailure(CString& text) {
-    // Every engine call takes twice and almost always finds nothing: no copy,
-    // no fresh record, no thread-local string churn on that path.
+    // Nothing pending, as nearly always: no copy, no fresh record.
     if (!t_engineFailed) {
         text.Empty();
         return 0;

@@ -203,8 +203,8 @@ inline void CCalcNode::CopyFieldsOf(const CCalcNode& source) {
 CCalcNode* CCalcNode::Clone() {
     return Shielded(u"CCalcNode::Clone", static_cast<CCalcNode*>(nullptr), [&] {
         qorcalc::expr::CThreadSpares* const spares = qorcalc::expr::ThreadSpares();
-        std::unique_ptr<CCalcNode> copy(Make(spares, nullptr, NodeEmpty));
-        copy->CopyFrom(*this);
+        std::unique_ptr<CCalcNode> copy(MakeCopyOf(spares, nullptr, *this));
+        copy->m_text = m_text;
         // The copy of a compiled root is given its tree now, so that its
         // nodes join the tree as they are made rather than in a walk of
         // their own when it is first calculated.

@@ -18,6 +18,12 @@ namespace qorcalc::support {
 size_t Len(const char16_t* s);
 
 inline bool IsAsciiDigit(char16_t c) { return c >= u'0' && c <= u'9'; }
+// Whether every character of `text` is an ASCII digit (an empty text's are).
+inline bool AllAsciiDigits(std::u16string_view text) {
+    for (const char16_t c : text)
+        if (!IsAsciiDigit(c)) return false;
+    return true;
+}
 char16_t towupper16(char16_t c);
 char16_t towlower16(char16_t c);
 bool iswalpha16(char16_t c);

@@ -60,11 +60,6 @@ void ReadDateDigits(std::u16string_view text, size_t month, size_t day, std::arr
               0, 0, 0};
 }
 
-bool AllDigits(std::u16string_view text) {
-    for (const char16_t ch : text)
-        if (!IsAsciiDigit(ch)) return false;
-    return true;
-}
 
 // "YYYY-MM-DD", the shape most dates come in, read at its fixed places into
 // what ReadFields would read from it; false for any other text.
@@ -82,7 +77,7 @@ bool ReadIsoDate(std::u16string_view text, std::array<int, kFieldCount>& fields)
 int ReadDateFields(std::u16string_view text, int dateOnly, std::array<int, kFieldCount>& fields) {
     if (ReadIsoDate(text, fields)) return 1;
     if (text.find(u'T') != std::u16string_view::npos) return -1;
-    if (AllDigits(text)) {  // "YYYYMMDD"
+    if (AllAsciiDigits(text)) {  // "YYYYMMDD"
         if (text.size() != 8) return 0;
         ReadDateDigits(text, 4, 6, fields);
         return 1;

@@ -30,11 +30,6 @@ const char16_t* const kSmallDigits[11] = {u"〇", u"一", u"二", u"三", u"四"
 const char16_t* const kDateDigits[11] = {u"O", u"一", u"二", u"三", u"四", u"五",
                                          u"六", u"七", u"八", u"九", u"十"};
 
-bool AllDigits(std::u16string_view text) {
-    for (char16_t ch : text)
-        if (!IsAsciiDigit(ch)) return false;
-    return true;
-}
 
 // --- English words ------------------------------------------------------------
 
@@ -144,7 +139,9 @@ void SpellEnglish(const CString& number, int keepZeros, std::u16string& out) {
     if (!keepZeros)
         while (!fraction.empty() && fraction.back() == u'0') fraction.remove_suffix(1);
     Words words(out);
-    if (whole.size() > CALC_MAX_ENGLISH_DIGITS || !AllDigits(whole) || !AllDigits(fraction)) return;
+    if (whole.size() > CALC_MAX_ENGLISH_DIGITS || !support::AllAsciiDigits(whole) ||
+        !support::AllAsciiDigits(fraction))
+        return;
     if (whole.empty() && fraction.empty()) {
         words.Add(kOnes[0]);
         return;
