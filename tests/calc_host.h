@@ -8,6 +8,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -40,6 +41,13 @@ public:
     std::vector<std::pair<int, std::string>> requests;
     // Handed to Calculate: non-zero refuses restricted host functions.
     int check = 0;
+    // When set, names are answered while Calculate runs (ICalcNames) and
+    // are asked for all the same; those in `leftToHost` are declined there,
+    // and come back as CALC_NEED_NAME.
+    bool answerInside = false;
+    std::function<bool(const std::string&)> leftToHost;
+    // The names answered while Calculate ran.
+    int answeredInside = 0;
 
     ICalc& Calc() { return *m_calc; }
 
@@ -53,13 +61,21 @@ public:
     }
 
     Outcome Drive(Outcome& o, CCalcNode* root, uint8_t format = 0) {
+        m_calc->SetNames(answerInside ? &m_inside : nullptr);
         for (int round = 0; round < 10000; ++round) {
             CString out;
             CCalcNode* pending = nullptr;
+            m_inside.last.reset();
             const int code = m_calc->Calculate(root, out, pending, check, format);
             if (code != CALC_NEED_NAME && code != CALC_NEED_FUNCTION) return Finish(o, code, root);
             const std::string question = out.ToUtf8();
-            asked.push_back(question);
+            // An answer the engine would not take inside (a formula, a text
+            // too long) comes back as the same question, asked once.
+            if (code == CALC_NEED_NAME && m_inside.last == question) {
+                --answeredInside;
+            } else {
+                asked.push_back(question);
+            }
             requests.emplace_back(code, question);
             if (!m_calc->SetTermValue(root, pending, CString::FromUtf8(Answer(code, question))))
                 return Finish(o, CALC_ERROR, root);
@@ -68,6 +84,22 @@ public:
     }
 
 private:
+    struct InsideNames final : ICalcNames {
+        explicit InsideNames(TestHost* owner) : host(owner) {}
+        TestHost* host;
+        CString value;
+        std::optional<std::string> last;  // answered since Calculate was called
+        const CString* Answer(std::u16string_view name) noexcept override {
+            const std::string question = CString(name).ToUtf8();
+            if (host->leftToHost && host->leftToHost(question)) return nullptr;
+            host->asked.push_back(question);
+            last = question;
+            ++host->answeredInside;
+            value = CString::FromUtf8(host->Answer(CALC_NEED_NAME, question));
+            return &value;
+        }
+    };
+
     std::string Answer(int code, const std::string& question) {
         if (code == CALC_NEED_NAME) {
             if (answerName) return answerName(question);
@@ -97,6 +129,7 @@ private:
     }
 
     std::unique_ptr<ICalc> m_calc;
+    InsideNames m_inside{this};
 };
 
 }  // namespace calctest

@@ -24,6 +24,7 @@
 #include <qorcalc/string.h>
 
 #include <cstdint>
+#include <string_view>
 
 class CCalcNode;
 class CFuncMnger;
@@ -35,6 +36,22 @@ enum ENUM_CALC_RESULT {
     CALC_NEED_NAME = 2,       // `out` is a name whose value the host must give
     CALC_NEED_FUNCTION = 3,   // `out` is a call the host must run: name and arguments, "\r\n"-joined
     CALC_REFUSED = 6,         // a restricted host function was refused
+};
+
+// Values a host gives names from while Calculate runs, so that a name it
+// knows costs no return from Calculate.  Answering through it is the same
+// as returning CALC_NEED_NAME and answering with SetTermValue: same values,
+// same failures, same order.
+class QORCALC_API ICalcNames {
+public:
+    // The value for `name` (as the tree spells it) in the form SetTermValue
+    // takes, valid until the next call; null leaves the name to the host:
+    // Calculate returns CALC_NEED_NAME for it.  It must not throw: a lookup
+    // that can fail leaves the name to the host.
+    virtual const CString* Answer(std::u16string_view name) noexcept = 0;
+
+protected:
+    ~ICalcNames() = default;
 };
 
 class QORCALC_API ICalc {
@@ -58,6 +75,9 @@ public:
     // `bCheck` asks the manager to refuse restricted host functions; `format`
     // is the display-format byte for numbers turned into text.
     virtual int Calculate(CCalcNode* root, CString& out, CCalcNode*& pending, int bCheck, uint8_t format) = 0;
+    // The names Calculate answers without returning (null: none, as at the
+    // start).  Not owned; a calculator that answers none itself ignores it.
+    virtual void SetNames(ICalcNames* names) { (void)names; }
 
     // The message id of this calculator's last failure.
     int GetLastErrorCode() const { return m_nErrorCode; }

@@ -173,10 +173,24 @@ void CCalc::RepeatFailure(const CCalcTree& tree) {
 }
 
 int CCalc::SetTermValue(CCalcNode* root, CCalcNode* term, const CString& valueText) {
-    return AnswerTerm(root, term, valueText.Str());
+    return AnswerTerm(root, term, ReadAnswer(valueText.Str(), false));
 }
 
-int CCalc::AnswerTerm(CCalcNode* root, CCalcNode* term, std::u16string_view answer, bool text) {
+// Unquoting a text marked by its quotes would remove them and then the
+// pairs it was written with: the same as unquoting the text alone.  The
+// answer itself is read where it stands, to be copied into the term.
+CCalc::CAnswer CCalc::ReadAnswer(std::u16string_view answer, bool text) {
+    const std::u16string_view value = util::Unquoted(answer);
+    if (value.size() < answer.size() || text || value.empty()) return {value, CAnswer::Text, 0};
+    // Most answers are numbers in number form already: measuring one is
+    // cheaper than the general test, which it implies.  Nothing was
+    // unquoted, so the value is the whole answer, which ends in a NUL.
+    const int form = util::MeasureNumberForm(value);
+    if (form >= 0 || CUtilityCalc::IsPureNumber(value.data(), 1)) return {value, CAnswer::Literal, form};
+    return {value, CAnswer::Formula, 0};
+}
+
+int CCalc::AnswerTerm(CCalcNode* root, CCalcNode* term, const CAnswer& answer) {
     CCalcTree* tree = CCalcTree::Of(root);
     if (!tree) return Refuse(nullptr, CString());
     if (tree->Failed()) {
@@ -191,28 +205,22 @@ int CCalc::AnswerTerm(CCalcNode* root, CCalcNode* term, std::u16string_view answ
     // change to the tree has it start again from the root.
     if (!asked) walk.Restart();
     tree->MarkAnswered(term);
-    bool reconvert = false;
-    // Unquoting a text marked by its quotes would remove them and then the
-    // pairs it was written with: the same as unquoting the text alone.
-    // The answer itself is read where it stands and copied into the term.
-    const std::u16string_view value = util::Unquoted(answer);
-    if (value.size() < answer.size() || text || value.empty()) {
-        term->SetTextFrom(value);
-        term->SetKind(NodeString);
-    } else if (const int form = util::MeasureNumberForm(value);
-               form >= 0 || CUtilityCalc::IsPureNumber(value.data(), 1)) {
-        // Most answers are numbers in number form already: measuring one is
-        // cheaper than the general test, which it implies.  Nothing was
-        // unquoted, so the value is the whole answer, which ends in a NUL.
-        term->SetLiteralFrom(value, form);
-    } else {
-        // Anything else is a formula of the host's own, converted in place.
-        term->SetTextFrom(value);
-        term->SetKind(NodeName);
-        reconvert = true;
+    switch (answer.kind) {
+        case CAnswer::Text:
+            term->SetTextFrom(answer.value);
+            term->SetKind(NodeString);
+            break;
+        case CAnswer::Literal:
+            term->SetLiteralFrom(answer.value, answer.form);
+            break;
+        case CAnswer::Formula:
+            // A formula of the host's own, converted in place.
+            term->SetTextFrom(answer.value);
+            term->SetKind(NodeName);
+            break;
     }
     term->RemoveAll();
-    if (reconvert) {
+    if (answer.kind == CAnswer::Formula) {
         int pos = -1;
         uint32_t messageId = 0;
         if (Parse(root, FormulaToReconvert(*tree), pos, messageId)) return 1;
@@ -233,6 +241,18 @@ int CCalc::AnswerTerm(CCalcNode* root, CCalcNode* term, std::u16string_view answ
     m_nErrorCode = static_cast<int>(expr::kMsgMixedTypes);
     Fail(*tree, expr::kMsgMixedTypes);
     return 0;
+}
+
+int CCalc::AnswerFromNames(CCalcNode* root, CCalcNode* name) {
+    const CString* value = m_pNames->Answer(name->RawText().Str());
+    // A formula, or a text too long to take, is left to the host: its
+    // failures are reported as SetTermValue reports them.
+    if (!value || value->GetLength() > CALC_MAX_TEXT_LENGTH) return CALC_NEED_NAME;
+    const CAnswer answer = ReadAnswer(value->Str(), false);
+    if (answer.kind == CAnswer::Formula) return CALC_NEED_NAME;
+    // Under the guard SetTermValue runs under, so that a failure reads the same.
+    const int answered = detail::Guarded(u"SetTermValue", 0, [&] { return AnswerTerm(root, name, answer); });
+    return answered ? kGoOn : CALC_ERROR;
 }
 
 // The call handed to the host as it stands in the tree: quoted arguments.
@@ -259,7 +279,7 @@ int CCalc::CallFunction(CCalcNode* root, CCalcNode* call, CString& out, int bChe
                                                             : mnger->Call(para, bCheck, index);
     switch (status) {
         case 1:
-            return AnswerTerm(root, call, para.m_strResult.Str(), text) ? kGoOn : CALC_ERROR;
+            return AnswerTerm(root, call, ReadAnswer(para.m_strResult.Str(), text)) ? kGoOn : CALC_ERROR;
         case -1:
             return AskHost(call, para, out);
         case -2:
@@ -316,6 +336,11 @@ int CCalc::Calculate(CCalcNode* root, CString& out, CCalcNode*& pending, int bCh
                 return CALC_ERROR;
             }
             case STEP_NAME:
+                if (m_pNames) {
+                    const int result = AnswerFromNames(root, node);
+                    if (result == kGoOn) break;
+                    if (result != CALC_NEED_NAME) return result;
+                }
                 node->GetText(out, 0);
                 return CALC_NEED_NAME;
             case STEP_FUNCTION: {

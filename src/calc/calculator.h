@@ -39,6 +39,7 @@ public:
     CCalcNode* Compile(const char16_t* text, int* errorPos) override;
     int SetTermValue(CCalcNode* root, CCalcNode* term, const CString& valueText) override;
     int Calculate(CCalcNode* root, CString& out, CCalcNode*& pending, int bCheck, uint8_t format) override;
+    void SetNames(ICalcNames* names) override { m_pNames = names; }
 
 private:
     // Rebuilds `root` from `text`; shared by Compile and SetTermValue.  On
@@ -51,12 +52,24 @@ private:
     void Fail(CCalcTree& tree, uint32_t messageId);
     // Reports the failure that ended `tree`'s calculation once more.
     void RepeatFailure(const CCalcTree& tree);
-    // SetTermValue of any text; `text` says the answer is a text that only
-    // lacks its quotes.
-    int AnswerTerm(CCalcNode* root, CCalcNode* term, std::u16string_view answer, bool text = false);
+    // An answer for a term as the term will take it: a text (unquoted), a
+    // literal (a number, or a text that reads as one; `form` is what
+    // util::MeasureNumberForm says of it) or a formula to convert.
+    struct CAnswer {
+        std::u16string_view value;
+        enum ENUM_KIND { Text, Literal, Formula } kind;
+        int form;
+    };
+    // `text` says the answer is a text that only lacks its quotes.
+    static CAnswer ReadAnswer(std::u16string_view answer, bool text);
+    // SetTermValue of an answer read.
+    int AnswerTerm(CCalcNode* root, CCalcNode* term, const CAnswer& answer);
     // One function step of Calculate; returns a result code, or -2 to go on.
     int CallFunction(CCalcNode* root, CCalcNode* call, CString& out, int bCheck);
     int AskHost(CCalcNode* call, CFuncPara& para, CString& out);
+    // One name step answered from m_pNames: kGoOn, CALC_ERROR, or
+    // CALC_NEED_NAME when the host answers it itself.
+    int AnswerFromNames(CCalcNode* root, CCalcNode* name);
 
     // The call record of one function step, kept between steps so that
     // a call allocates nothing for its arguments once it has run before.
@@ -77,6 +90,7 @@ private:
     int m_bOwnsMnger = 0;
     CFuncMnger* m_pFuncMnger;
     std::unique_ptr<CFuncPara> m_pSparePara;
+    ICalcNames* m_pNames = nullptr;
 };
 
 }  // namespace qorcalc::calc

@@ -54,6 +54,8 @@ public:
                    [&] { return m_calc.Calculate(root, out, pending, bCheck, format); });
     }
 
+    void SetNames(ICalcNames* names) override { m_calc.SetNames(names); }
+
 private:
     template <class Result, class Body>
     Result Run(const char16_t* where, Result failed, Body&& body) {

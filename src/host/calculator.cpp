@@ -112,11 +112,17 @@ struct Calculator::Impl {
     explicit Impl(Options o) : options(std::move(o)), scripts(options.script) {
         detail::InstallProvider();
         calc.reset(NewCalc(nullptr, static_cast<void*>(static_cast<IScriptHost*>(&scripts))));
+        if (calc) calc->SetNames(&names);
     }
 
     Options options;
     detail::ScriptHost scripts;
     std::unique_ptr<ICalc> calc;
+    // The names of the calculation under way, answered inside the engine.
+    struct Names final : ICalcNames {
+        Bindings* owner = nullptr;
+        const CString* Answer(std::u16string_view name) noexcept override;
+    } names;
     // Scratch kept between calculations so that answering allocates nothing.
     CString out;
     CString answer;
@@ -222,6 +228,26 @@ std::string Calculator::Impl::CyclePath(Bindings::Impl& bindings, int start) con
             return Give(root, term, slot.term, result);
     }
     return true;
+}
+
+// A name whose value the engine takes as it is (a number or a text) is
+// answered without leaving the calculation.  Everything else is left to
+// AnswerName, in the calculation loop: a name not bound yet (the source, the
+// host's own code, is asked from there alone, and what it throws reaches
+// the host as before), a failed one, a formula, a text that needs a
+// stand-in, and a lookup that throws (it throws again there).
+const CString* Calculator::Impl::Names::Answer(std::u16string_view name) noexcept {
+    try {
+        Bindings::Impl& bindings = *owner->m_impl;
+        const int slotIndex = bindings.FindWide(name);
+        if (slotIndex < 0) return nullptr;
+        Slot& slot = bindings.slots[static_cast<size_t>(slotIndex)];
+        if (slot.answer != Answer::Value && slot.answer != Answer::Text) return nullptr;
+        bindings.Prepare(slot);
+        return slot.term.standIn ? nullptr : &slot.term.text;
+    } catch (...) {
+        return nullptr;
+    }
 }
 
 // The host's function of that name, else its source; none when neither
@@ -330,6 +356,7 @@ void Calculator::Evaluate(const Formula& formula, Bindings& bindings, Result& re
     Impl& impl = *m_impl;
     impl.Enter();
     impl.scripts.Forget();
+    impl.names.owner = &bindings;
     // The compiled root is shared and never touched: every calculation
     // rewrites a clone of its own.
     const std::unique_ptr<CCalcNode, ReleaseNode> root(compiled->root->Clone());
