@@ -173,13 +173,13 @@ void CCalc::RepeatFailure(const CCalcTree& tree) {
 }
 
 int CCalc::SetTermValue(CCalcNode* root, CCalcNode* term, const CString& valueText) {
-    return AnswerTerm(root, term, ReadAnswer(valueText.Str(), false));
+    return AnswerTerm(root, term, valueText.Str(), false);
 }
 
 // Unquoting a text marked by its quotes would remove them and then the
 // pairs it was written with: the same as unquoting the text alone.  The
 // answer itself is read where it stands, to be copied into the term.
-CCalc::CAnswer CCalc::ReadAnswer(std::u16string_view answer, bool text) {
+inline CCalc::CAnswer CCalc::ReadAnswer(std::u16string_view answer, bool text) {
     const std::u16string_view value = util::Unquoted(answer);
     if (value.size() < answer.size() || text || value.empty()) return {value, CAnswer::Text, 0};
     // Most answers are numbers in number form already: measuring one is
@@ -190,7 +190,10 @@ CCalc::CAnswer CCalc::ReadAnswer(std::u16string_view answer, bool text) {
     return {value, CAnswer::Formula, 0};
 }
 
-int CCalc::AnswerTerm(CCalcNode* root, CCalcNode* term, const CAnswer& answer) {
+int CCalc::AnswerTerm(CCalcNode* root, CCalcNode* term, std::u16string_view text, bool isText, bool takesFormula) {
+    // Read first, as nothing has changed yet when a formula is declined.
+    const CAnswer answer = ReadAnswer(text, isText);
+    if (answer.kind == CAnswer::Formula && !takesFormula) return kDeclined;
     CCalcTree* tree = CCalcTree::Of(root);
     if (!tree) return Refuse(nullptr, CString());
     if (tree->Failed()) {
@@ -248,10 +251,10 @@ int CCalc::AnswerFromNames(CCalcNode* root, CCalcNode* name) {
     // A formula, or a text too long to take, is left to the host: its
     // failures are reported as SetTermValue reports them.
     if (!value || value->GetLength() > CALC_MAX_TEXT_LENGTH) return CALC_NEED_NAME;
-    const CAnswer answer = ReadAnswer(value->Str(), false);
-    if (answer.kind == CAnswer::Formula) return CALC_NEED_NAME;
     // Under the guard SetTermValue runs under, so that a failure reads the same.
-    const int answered = detail::Guarded(u"SetTermValue", 0, [&] { return AnswerTerm(root, name, answer); });
+    const int answered =
+        detail::Guarded(u"SetTermValue", 0, [&] { return AnswerTerm(root, name, value->Str(), false, false); });
+    if (answered == kDeclined) return CALC_NEED_NAME;
     return answered ? kGoOn : CALC_ERROR;
 }
 
@@ -279,7 +282,7 @@ int CCalc::CallFunction(CCalcNode* root, CCalcNode* call, CString& out, int bChe
                                                             : mnger->Call(para, bCheck, index);
     switch (status) {
         case 1:
-            return AnswerTerm(root, call, ReadAnswer(para.m_strResult.Str(), text)) ? kGoOn : CALC_ERROR;
+            return AnswerTerm(root, call, para.m_strResult.Str(), text) ? kGoOn : CALC_ERROR;
         case -1:
             return AskHost(call, para, out);
         case -2:

@@ -60,10 +60,13 @@ private:
         enum ENUM_KIND { Text, Literal, Formula } kind;
         int form;
     };
-    // `text` says the answer is a text that only lacks its quotes.
     static CAnswer ReadAnswer(std::u16string_view answer, bool text);
-    // SetTermValue of an answer read.
-    int AnswerTerm(CCalcNode* root, CCalcNode* term, const CAnswer& answer);
+    // SetTermValue of any text; `isText` says the answer is a text that
+    // only lacks its quotes.  Without `takesFormula` a formula is declined
+    // (kDeclined), the tree untouched.
+    static constexpr int kDeclined = -3;
+    int AnswerTerm(CCalcNode* root, CCalcNode* term, std::u16string_view text, bool isText,
+                   bool takesFormula = true);
     // One function step of Calculate; returns a result code, or -2 to go on.
     int CallFunction(CCalcNode* root, CCalcNode* call, CString& out, int bCheck);
     int AskHost(CCalcNode* call, CFuncPara& para, CString& out);
