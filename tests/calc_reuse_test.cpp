@@ -157,16 +157,50 @@ TEST(CalcReuse, ReleasedClonesCalculateAsTheFirst) {
     }
 }
 
-// A manager class of the host's own: it counts its calls and leaves the
-// work to the engine's.
+// A manager class of the host's own: it counts its lookups and calls, can
+// hide a built-in, and leaves the rest to the engine's.
 class CountingMnger : public CFuncMnger {
 public:
+    int Find(const char16_t* name) override {
+        ++finds;
+        return hidden == name ? -1 : CFuncMnger::Find(name);
+    }
     int Call(CFuncPara& para, int bCheck, int index) override {
         ++calls;
         return CFuncMnger::Call(para, bCheck, index);
     }
+    int finds = 0;
     int calls = 0;
+    CString hidden;
 };
+
+// A host's manager is asked for every function, built-ins included: one it
+// hides goes to the host as a function of its own.
+TEST(CalcReuse, AHostsManagerFindsEveryFunction) {
+    TestProvider provider;
+    CountingMnger counting;
+    counting.hidden = u"left";
+    std::unique_ptr<ICalc> calc(NewCalc(&counting, nullptr));
+    const struct {
+        const char16_t* formula;
+        int code;
+        const char* out;
+    } cases[] = {
+        {u"len('abc') + 1", CALC_DONE, ""},
+        {u"left('abc', 1)", CALC_NEED_FUNCTION, "left\r\n'abc'\r\n1"},
+    };
+    for (const auto& c : cases) {
+        int pos = -1;
+        const std::unique_ptr<CCalcNode> root(calc->Compile(c.formula, &pos));
+        ASSERT_TRUE(root);
+        CString out;
+        CCalcNode* pending = nullptr;
+        counting.finds = 0;
+        EXPECT_EQ(calc->Calculate(root.get(), out, pending, 0, 0), c.code) << CString(c.formula).ToUtf8();
+        EXPECT_EQ(out.ToUtf8(), c.out) << CString(c.formula).ToUtf8();
+        EXPECT_EQ(counting.finds, 1) << CString(c.formula).ToUtf8();
+    }
+}
 
 // Text results that begin or end with quote characters read the same
 // whether the engine's own manager or a host's class runs the function.

@@ -12,6 +12,7 @@
 
 #include "calc/converter.h"
 #include "expr/evaluate.h"
+#include "func/catalogue.h"
 #include "expr/tree.h"
 #include "support/thread_spare.h"
 #include "util/number_form.h"
@@ -272,14 +273,16 @@ int CCalc::CallFunction(CCalcNode* root, CCalcNode* call, CString& out, int bChe
     CFuncPara& para = lease.Para();
     para.m_pHostData = m_pHostData;
     para.m_strFuncName = call->RawText();
-    const int index = mnger->Find(para.m_strFuncName);
+    // A host's own manager class finds and calls as it defines Find and
+    // Call.  The engine's own finds a built-in first, as its Find does, and
+    // leaves a text result unquoted, as the tree holds it.
+    const bool own = typeid(*mnger) == typeid(CFuncMnger);
+    int index = own ? func::FindBuiltin(para.m_strFuncName.Str()) : -1;
+    if (index < 0) index = mnger->Find(para.m_strFuncName);
     if (index == -1) return AskHost(call, para, out);
     call->WriteArguments(para.m_arrParas, CCalcNode::ArgumentsUnquoted);
-    // A host's own manager class is called as it defines Call; the engine's
-    // own leaves a text result unquoted, as the tree holds it.
     bool text = false;
-    const int status = typeid(*mnger) == typeid(CFuncMnger) ? mnger->CallInto(para, bCheck, index, &text)
-                                                            : mnger->Call(para, bCheck, index);
+    const int status = own ? mnger->CallInto(para, bCheck, index, &text) : mnger->Call(para, bCheck, index);
     switch (status) {
         case 1:
             return AnswerTerm(root, call, para.m_strResult.Str(), text) ? kGoOn : CALC_ERROR;

@@ -206,26 +206,30 @@ int LookUpFolded(const char16_t* name, size_t n) {
 
 }  // namespace
 
-int FindBuiltin(const char16_t* name) {
-    if (!name) return -1;
-    size_t n = 0;
+int FindBuiltin(std::u16string_view name) {
+    // A longer name is no built-in, and the lookup allocates nothing.
+    const size_t n = name.size();
+    if (n == 0 || n >= kMaxNameLength) return -1;
     uint32_t hash = 2166136261u;
-    for (; name[n]; ++n) {
-        // A longer name is no built-in, and the lookup allocates nothing.
-        if (n == kMaxNameLength) return -1;
-        hash = (hash ^ name[n]) * 16777619u;
-    }
-    if (n == 0) return -1;
+    for (const char16_t c : name) hash = (hash ^ c) * 16777619u;
     CRecentName& recent = t_recentNames[hash % kRecentNames];
-    if (recent.length == n && std::equal(name, name + n, recent.spelling)) return recent.index;
-    const int index = LookUpFolded(name, n);
+    if (recent.length == n && std::equal(name.begin(), name.end(), recent.spelling)) return recent.index;
+    const int index = LookUpFolded(name.data(), n);
     // Before the catalogue is built every name is unknown; that is not kept.
     if (TheCatalogue().lookup.GetSize() > 0) {
-        std::copy(name, name + n, recent.spelling);
+        std::copy(name.begin(), name.end(), recent.spelling);
         recent.length = static_cast<uint16_t>(n);
         recent.index = static_cast<int16_t>(index);
     }
     return index;
+}
+
+int FindBuiltin(const char16_t* name) {
+    if (!name) return -1;
+    // Measured only as far as a built-in name can go.
+    size_t n = 0;
+    while (name[n] && n < kMaxNameLength) ++n;
+    return FindBuiltin(std::u16string_view(name, n));
 }
 
 }  // namespace qorcalc::func

@@ -9,6 +9,7 @@
 #include "func/builtins/builtins.h"
 
 #include <cstdint>
+#include <string_view>
 
 namespace qorcalc::func {
 
@@ -42,6 +43,7 @@ const CatalogueEntry& BuiltinAt(int index);
 
 // The index of the built-in called `name`, ignoring the case of ASCII
 // letters, or -1.
+int FindBuiltin(std::u16string_view name);
 int FindBuiltin(const char16_t* name);
 
 }  // namespace qorcalc::func
