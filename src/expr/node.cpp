@@ -60,11 +60,17 @@ CThreadSpares::CThreadSpares() {
 }
 
 CThreadSpares::~CThreadSpares() {
+    t_spares = nullptr;  // what the thread lets go of from here on is freed at once
     for (CCalcNode* node : nodes) delete node;
     for (CCalcTree* tree : trees) delete tree;
 }
 
-CThreadSpares* ThreadSpares() { return support::ThreadOwned<CThreadSpares>(); }
+constinit thread_local CThreadSpares* t_spares = nullptr;
+
+CThreadSpares* MakeThreadSpares() {
+    t_spares = support::ThreadOwned<CThreadSpares>();
+    return t_spares;
+}
 
 }  // namespace qorcalc::expr
 

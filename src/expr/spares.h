@@ -42,8 +42,19 @@ struct CThreadSpares {
     std::vector<CCalcTree*> trees;
 };
 
+// This thread's spares once made, null before and once they are gone:
+// read inline, as every clone, release and discard asks for them (a plain
+// pointer, unlike the spares themselves, needs no check on each use).
+extern constinit thread_local CThreadSpares* t_spares;
+// Makes them on first use; null once the thread has begun to end.
+CThreadSpares* MakeThreadSpares();
+
 // This thread's spares; null once the thread has begun to end.
-CThreadSpares* ThreadSpares();
+inline CThreadSpares* ThreadSpares() {
+    if (CThreadSpares* spares = t_spares) [[likely]]
+        return spares;
+    return MakeThreadSpares();
+}
 
 }  // namespace qorcalc::expr
 
