@@ -51,7 +51,10 @@ bool InQuotes(const ConvertSource& src, int pos) {
 }
 
 bool IsOperatorWord(const CString& text) {
-    if (text.GetLength() > 3) return false;  // most words: no comparison at all
+    if (text.IsEmpty() || text.GetLength() > 3) return false;  // most words: no comparison at all
+    // Nor does a word that begins with any other ASCII character: ASCII
+    // letters fold only to each other.
+    if (text[0] < 0x80 && std::u16string_view(u"aAoOnN&|!").find(text[0]) == std::u16string_view::npos) return false;
     return text.CompareNoCase(u"and") == 0 || text.CompareNoCase(u"or") == 0 ||
            text.CompareNoCase(u"not") == 0 || text == u"&&" || text == u"||" || text == u"!";
 }
@@ -137,7 +140,7 @@ int MakeNode(const Token& tok, CCalcNode& node, ConvertError& error) {
             node.SetKind(NodeGroup);
             return 1;
         }
-        if (!CUtilityCalc::IsValidFuncName(tok.text, chinese, badPos))
+        if (!support::IsPlainAsciiName(tok.text.Str()) && !CUtilityCalc::IsValidFuncName(tok.text, chinese, badPos))
             return FailName(tok, kMsgBadFunctionName, badPos, error);
         node.AssignText(tok.text);  // a word holds no quote: every quote opens a quoted stretch
         node.SetKind(NodeFunction);
@@ -147,7 +150,7 @@ int MakeNode(const Token& tok, CCalcNode& node, ConvertError& error) {
     } else if (CUtilityCalc::IsPureNumber(tok.text, 0)) {
         node.SetLiteral(tok.text);
     } else {
-        if (!CUtilityCalc::IsValidVarName(tok.text, chinese, 1, 1, badPos))
+        if (!support::IsPlainAsciiName(tok.text.Str()) && !CUtilityCalc::IsValidVarName(tok.text, chinese, 1, 1, badPos))
             return FailName(tok, kMsgBadName, badPos, error);
         node.AssignText(tok.text);
         node.SetKind(NodeName);
@@ -156,6 +159,13 @@ int MakeNode(const Token& tok, CCalcNode& node, ConvertError& error) {
 }
 
 bool IsOperand(CCalcNode* node) { return node->GetKind() != NodeOperator; }
+
+// Appends a node made for `parent` (so already of its tree); the parent owns
+// it once the append has succeeded.
+CCalcNode* AddChild(CCalcNode* parent, std::unique_ptr<CCalcNode> child) {
+    parent->Children().push_back(child.get());
+    return child.release();
+}
 
 int ConvertList(const ConvertSource& src, int& pos, CCalcNode* parent, ConvertError& error, int depth);
 
@@ -170,9 +180,8 @@ int ConvertArguments(const ConvertSource& src, int& pos, CCalcNode* call, Conver
         if (pos > 0 && src.text[pos - 1] == u')') return 1;
         if (pos >= len) return Fail(error, kMsgBrackets, pos);
         if (!CountNode(error, pos)) return 0;
-        CCalcNode* arg = CCalcNode::Make(call, NodeArgument);
+        CCalcNode* arg = AddChild(call, std::unique_ptr<CCalcNode>(CCalcNode::Make(call, NodeArgument)));
         arg->SetPosition(pos);
-        call->Add(arg);
         if (!ConvertList(src, pos, arg, error, depth)) return 0;
     }
 }
@@ -197,8 +206,7 @@ int ConvertList(const ConvertSource& src, int& pos, CCalcNode* parent, ConvertEr
         std::unique_ptr<CCalcNode> node(CCalcNode::Make(parent));
         node->SetPosition(tok.start);
         if (!MakeNode(tok, *node, error)) return 0;
-        CCalcNode* added = node.release();
-        parent->Add(added);
+        CCalcNode* added = AddChild(parent, std::move(node));
         const int count = parent->GetCount();
         if (count >= 2 && IsOperand(parent->GetAt(count - 2)) && IsOperand(added))
             return Fail(error, kMsgBadExpression, added->GetPosition());

@@ -174,6 +174,24 @@ int CCalcNode::ClassifyInto(const CString& text) {
     return isName;
 }
 
+namespace {
+
+uint8_t OneCharacterOperator(char16_t c) {
+    switch (c) {
+        case u'+': return OpAdd;
+        case u'-': return OpSubtract;
+        case u'*': return OpMultiply;
+        case u'/': return OpDivide;
+        case u'=': return OpEqual;
+        case u'>': return OpGreater;
+        case u'<': return OpLess;
+        case u'!': return OpNot;
+        default: return OpNone;
+    }
+}
+
+}  // namespace
+
 int CCalcNode::ClassifyOperator(const CString& text) {
     struct Spelling {
         const char16_t* spelling;
@@ -191,6 +209,14 @@ int CCalcNode::ClassifyOperator(const CString& text) {
         {u"||", OpOr, nullptr, false},        {u"or", OpOr, u" or ", true},
         {u"!", OpNot, nullptr, false},        {u"not", OpNot, u"!", true},
     };
+    // The one-character operators, nearly all there are, by a switch.
+    if (text.GetLength() == 1) {
+        const uint8_t op = OneCharacterOperator(text[0]);
+        if (op == OpNone) return 0;
+        m_op = op;
+        AssignText(text);
+        return 1;
+    }
     for (const Spelling& s : kSpellings) {
         const bool match = s.anyCase ? text.CompareNoCase(s.spelling) == 0 : text == s.spelling;
         if (!match) continue;
