@@ -62,8 +62,9 @@ bool IsOperatorWord(const CString& text) {
 // Scans one token from `pos`; `pos` comes back on the first character not
 // consumed.  Fails only for a quoted stretch that begins inside a word.
 int ScanToken(const ConvertSource& src, int& pos, Token& tok, ConvertError& error) {
-    const CString& text = src.text;
-    const int len = text.GetLength();
+    // Read unit by unit where it stands: `pos` stays below `len`.
+    const std::u16string& text = src.text.Str();
+    const int len = static_cast<int>(text.size());
     while (pos < len) {
         const char16_t c = text[pos];
         if (InQuotes(src, pos)) {
