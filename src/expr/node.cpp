@@ -49,19 +49,21 @@ void CCalcNode::Release(CCalcNode* node) {
 namespace qorcalc::expr {
 
 CThreadSpares::CThreadSpares() {
-    // Without the room the thread keeps nothing, and every node is freed.
+    // Without the room the thread keeps no trees, and every tree is freed.
     try {
-        nodes.reserve(static_cast<size_t>(CALC_MAX_KEPT_NODES));
         trees.reserve(static_cast<size_t>(CALC_MAX_KEPT_TREES));
     } catch (const std::bad_alloc&) {
-        std::vector<CCalcNode*>().swap(nodes);
         std::vector<CCalcTree*>().swap(trees);
     }
 }
 
 CThreadSpares::~CThreadSpares() {
     t_spares = nullptr;  // what the thread lets go of from here on is freed at once
-    for (CCalcNode* node : nodes) delete node;
+    for (CCalcNode* node = nodes; node;) {
+        CCalcNode* next = node->GetParent();
+        delete node;
+        node = next;
+    }
     for (CCalcTree* tree : trees) delete tree;
 }
 
@@ -98,9 +100,10 @@ namespace {
 
 // A node kept by this thread, or null when it keeps none.
 CCalcNode* TakeSpare(qorcalc::expr::CThreadSpares* spares) {
-    if (!spares || spares->nodes.empty()) return nullptr;
-    CCalcNode* node = spares->nodes.back();
-    spares->nodes.pop_back();
+    CCalcNode* node = spares ? spares->nodes : nullptr;
+    if (!node) return nullptr;
+    spares->nodes = node->GetParent();
+    --spares->nodeCount;
     return node;
 }
 

@@ -6,7 +6,8 @@
 // kept, cloning and calculating a formula allocates next to nothing once
 // its thread has done it before.  Invariants:
 //   - every node and tree kept here is an ordinary heap object of exactly its
-//     engine class, childless, of no tree, and found nowhere else;
+//     engine class, childless, of no tree, and found nowhere else (a kept
+//     node's parent pointer links it to the next kept node);
 //   - what is kept is bounded (CALC_MAX_KEPT_NODES, CALC_MAX_KEPT_TREES, and
 //     the storage limits below), so a thread that once calculated a large
 //     tree does not hold on to it;
@@ -38,7 +39,10 @@ struct CThreadSpares {
     CThreadSpares& operator=(const CThreadSpares&) = delete;
     ~CThreadSpares();
 
-    std::vector<CCalcNode*> nodes;
+    // The kept nodes, a stack linked through their parent pointers (a kept
+    // node has no parent of its own), so that keeping one never allocates.
+    CCalcNode* nodes = nullptr;
+    size_t nodeCount = 0;
     std::vector<CCalcTree*> trees;
 };
 
@@ -71,12 +75,13 @@ inline void CCalcNode::EmptyForReuse() {
 
 inline void CCalcNode::Keep(CCalcNode* node, qorcalc::expr::CThreadSpares* spares) {
     // A host's own node class keeps its own behaviour: only plain nodes are reused.
-    // Kept only within the room reserved up front: letting go never allocates.
-    if (!spares || spares->nodes.size() >= spares->nodes.capacity() || typeid(*node) != typeid(CCalcNode)) {
+    if (!spares || spares->nodeCount >= static_cast<size_t>(CALC_MAX_KEPT_NODES) ||
+        typeid(*node) != typeid(CCalcNode)) {
         delete node;
         return;
     }
     node->m_pTree = nullptr;
-    node->m_pParent = nullptr;
-    spares->nodes.push_back(node);
+    node->m_pParent = spares->nodes;
+    spares->nodes = node;
+    ++spares->nodeCount;
 }
