@@ -54,7 +54,12 @@ bool IsOperatorWord(const CString& text) {
     if (text.IsEmpty() || text.GetLength() > 3) return false;  // most words: no comparison at all
     // Nor does a word that begins with any other ASCII character: ASCII
     // letters fold only to each other.
-    if (text[0] < 0x80 && std::u16string_view(u"aAoOnN&|!").find(text[0]) == std::u16string_view::npos) return false;
+    switch (const char16_t first = text.Str().front()) {
+        case u'a': case u'A': case u'o': case u'O': case u'n': case u'N': case u'&': case u'|': case u'!':
+            break;
+        default:
+            if (first < 0x80) return false;
+    }
     return text.CompareNoCase(u"and") == 0 || text.CompareNoCase(u"or") == 0 ||
            text.CompareNoCase(u"not") == 0 || text == u"&&" || text == u"||" || text == u"!";
 }
@@ -159,12 +164,17 @@ int MakeNode(const Token& tok, CCalcNode& node, ConvertError& error) {
     return 1;
 }
 
-bool IsOperand(CCalcNode* node) { return node->GetKind() != NodeOperator; }
+// Read as the converter made the node (its own kind, not an override).
+bool IsOperand(CCalcNode* node) { return node->CCalcNode::GetKind() != NodeOperator; }
 
 // Appends a node made for `parent` (so already of its tree); the parent owns
-// it once the append has succeeded.
+// it once the append has succeeded.  A list starts with room for a few
+// children, which most lists never outgrow, rather than growing one by one.
 CCalcNode* AddChild(CCalcNode* parent, std::unique_ptr<CCalcNode> child) {
-    parent->Children().push_back(child.get());
+    constexpr size_t kFirstChildren = 8;
+    std::vector<CCalcNode*>& children = parent->Children();
+    if (children.capacity() == 0) children.reserve(kFirstChildren);
+    children.push_back(child.get());
     return child.release();
 }
 
@@ -208,8 +218,8 @@ int ConvertList(const ConvertSource& src, int& pos, CCalcNode* parent, ConvertEr
         node->SetPosition(tok.start);
         if (!MakeNode(tok, *node, error)) return 0;
         CCalcNode* added = AddChild(parent, std::move(node));
-        const int count = parent->GetCount();
-        if (count >= 2 && IsOperand(parent->GetAt(count - 2)) && IsOperand(added))
+        const std::vector<CCalcNode*>& siblings = parent->Children();
+        if (siblings.size() >= 2 && IsOperand(siblings[siblings.size() - 2]) && IsOperand(added))
             return Fail(error, kMsgBadExpression, added->GetPosition());
         if (added->GetKind() == NodeFunction || added->GetKind() == NodeGroup) {
             if (depth + 1 > CALC_MAX_NESTING) return Fail(error, kMsgBrackets, added->GetPosition());

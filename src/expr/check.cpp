@@ -14,15 +14,21 @@ namespace qorcalc::expr {
 
 namespace {
 
-bool IsOperator(CCalcNode* node) { return node->GetKind() == NodeOperator; }
+// The placement check runs on a tree the converter has just built below
+// its root, so the children it looks at are the converter's own nodes and
+// are read as such (kinds and operators inline); only the list node itself
+// may be a root of the host's class.
+bool IsOperator(CCalcNode* node) { return KindOf(node) == NodeOperator; }
 
 bool IsOperator(CCalcNode* node, uint8_t op) { return IsOperator(node) && node->GetOp() == op; }
+
+bool IsLogic(CCalcNode* node) { return node->CCalcNode::IsLogicOperator(); }
 
 // Whether operator `b` may directly follow operator `a`: a "!" after a
 // logical operator, a unary "-" after a comparison or logical operator.
 bool OperatorMayFollow(CCalcNode* a, CCalcNode* b) {
-    if (a->IsLogicOperator() && IsOperator(b, OpNot)) return true;
-    return IsOperator(b, OpSubtract) && (a->IsCompareOperator() || a->IsLogicOperator());
+    if (IsLogic(a) && IsOperator(b, OpNot)) return true;
+    return IsOperator(b, OpSubtract) && (a->CCalcNode::IsCompareOperator() || IsLogic(a));
 }
 
 // The first misplaced child of `node` (or the node itself for an empty
@@ -37,9 +43,9 @@ CCalcNode* PlacementFault(CCalcNode* node) {
         for (size_t i = 1; i < c.size(); ++i) {
             CCalcNode* a = c[i - 1];
             CCalcNode* b = c[i];
-            if (a->GetKind() == b->GetKind()) {
+            if (KindOf(a) == KindOf(b)) {
                 if (!IsOperator(a) || !OperatorMayFollow(a, b)) return b;
-            } else if (IsOperator(b, OpNot) && !a->IsLogicOperator()) {
+            } else if (IsOperator(b, OpNot) && !IsLogic(a)) {
                 return b;
             } else if (!IsOperator(a) && !IsOperator(b)) {
                 return b;
