@@ -125,11 +125,16 @@ CCalcNode* CCalc::Compile(const char16_t* text, int* errorPos) {
     std::unique_ptr<CCalcNode> root(CCalcNode::Make(nullptr, NodeRoot));
     CCalcTree::Of(root.get());  // the root keeps its calculation's state from the start
     uint32_t messageId = 0;
-    if (!Parse(root.get(), CString(text), pos, messageId)) return nullptr;
+    // The formula is worked on in this thread's spare text, whose storage
+    // serves the next compile (a host that compiles from inside a compile,
+    // in a function of its own, gets a text of its own).
+    support::CThreadSpare<CString, support::CShortText> formula;
+    if (text) formula->Str().assign(text);
+    if (!Parse(root.get(), *formula, pos, messageId)) return nullptr;
     return root.release();
 }
 
-int CCalc::Parse(CCalcNode* root, CString text, int& errorPos, uint32_t& messageId) {
+int CCalc::Parse(CCalcNode* root, CString& text, int& errorPos, uint32_t& messageId) {
     errorPos = -1;
     root->Clear();
     root->SetKind(NodeRoot);
@@ -227,7 +232,8 @@ int CCalc::AnswerTerm(CCalcNode* root, CCalcNode* term, std::u16string_view text
     if (answer.kind == CAnswer::Formula) {
         int pos = -1;
         uint32_t messageId = 0;
-        if (Parse(root, FormulaToReconvert(*tree), pos, messageId)) return 1;
+        CString formula = FormulaToReconvert(*tree);
+        if (Parse(root, formula, pos, messageId)) return 1;
         Fail(*tree, messageId);
         return 0;
     }

@@ -42,9 +42,10 @@ public:
     void SetNames(ICalcNames* names) override { m_pNames = names; }
 
 private:
-    // Rebuilds `root` from `text`; shared by Compile and SetTermValue.  On
-    // failure `messageId` is the id of the message reported.
-    int Parse(CCalcNode* root, CString text, int& errorPos, uint32_t& messageId);
+    // Rebuilds `root` from `text` (the caller's copy, spaced in place);
+    // shared by Compile and SetTermValue.  On failure `messageId` is the id
+    // of the message reported.
+    int Parse(CCalcNode* root, CString& text, int& errorPos, uint32_t& messageId);
     // A root or term that is not (or no longer) part of a calculation: the
     // stale-term failure, kept by `tree` when there is one.  Returns 0.
     int Refuse(CCalcTree* tree, const CString& formula);

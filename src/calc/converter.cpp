@@ -7,6 +7,7 @@
 #include <memory>
 
 #include "support/text.h"
+#include "util/number_form.h"
 
 namespace qorcalc::calc {
 
@@ -153,6 +154,10 @@ int MakeNode(const Token& tok, CCalcNode& node, ConvertError& error) {
     } else if (tok.kind == TokQuoted) {
         node.SetText(tok.text);
         node.SetKind(NodeString);
+    } else if (const int form = util::MeasureNumberForm(tok.text.Str()); form >= 0) {
+        // A number as numbers are written, the usual literal: SetLiteral
+        // without its measuring again.
+        node.SetLiteralFrom(tok.text.Str(), form);
     } else if (CUtilityCalc::IsPureNumber(tok.text, 0)) {
         node.SetLiteral(tok.text);
     } else {

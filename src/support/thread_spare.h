@@ -38,6 +38,15 @@ struct CShortTexts {
     }
 };
 
+// The tidying of a spare text: emptied, its storage kept while short.
+struct CShortText {
+    template <class Text>
+    bool operator()(Text& text) const {
+        text.Empty();
+        return IsShortText(text);
+    }
+};
+
 // The default tidying: a container left empty, its storage kept up to
 // kMaxSpareElements elements.
 struct CEmptied {
