@@ -6,6 +6,7 @@
 
 #include <memory>
 
+#include "expr/tree.h"
 #include "support/text.h"
 #include "util/number_form.h"
 
@@ -80,6 +81,13 @@ int ScanToken(const ConvertSource& src, int& pos, Token& tok, ConvertError& erro
             continue;
         }
         if (tok.kind == TokQuoted) return 1;
+        // Most units are the letters and digits of a word or number, which
+        // none of the tests below but the last would take.
+        if (support::IsAsciiLetter(c) || support::IsAsciiDigit(c)) {
+            if (tok.kind == TokOperator) return 1;
+            tok.Append(c, pos++, TokWord);
+            continue;
+        }
         const bool doubled = (c == u'!' || c == u'=') && pos + 1 < len && text[pos + 1] == u'=';
         if (c == u' ') {
             if (tok.kind == TokWord) return 1;

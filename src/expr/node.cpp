@@ -76,59 +76,16 @@ CThreadSpares* MakeThreadSpares() {
 
 }  // namespace qorcalc::expr
 
-// As the constructor leaves a node; the children array and the text are
-// already empty, their storage kept.
-inline void CCalcNode::Reset(CCalcNode* parent, uint8_t kind) {
-    m_kind = kind;
-    m_op = OpNone;
-    m_position = 0;
-    m_valid = 1;
-    m_number = 0.0;
-    Join(parent);
-}
-
-// A node of no tree (a kept one, emptied) becomes `parent`'s, alive.
-inline void CCalcNode::Join(CCalcNode* parent) {
-    m_pParent = parent;
-    m_bDead = 0;
-    m_bAnswered = 0;
-    m_pTree = parent ? parent->m_pTree : nullptr;
-    if (m_pTree) m_pTree->CountNode();
-}
-
-namespace {
-
-// A node kept by this thread, or null when it keeps none.
-CCalcNode* TakeSpare(qorcalc::expr::CThreadSpares* spares) {
-    CCalcNode* node = spares ? spares->nodes : nullptr;
-    if (!node) return nullptr;
-    spares->nodes = node->GetParent();
-    --spares->nodeCount;
-    return node;
-}
-
-}  // namespace
-
-// Inline, as MakeCopyOf: compiling and cloning make every node here.
-inline CCalcNode* CCalcNode::Make(qorcalc::expr::CThreadSpares* spares, CCalcNode* parent, uint8_t kind) {
-    CCalcNode* node = TakeSpare(spares);
-    if (!node) return new CCalcNode(parent, kind);
-    node->Reset(parent, kind);
-    return node;
-}
-
 // Make for a copy of `source` in `parent`: its kind, operator, position and
 // number are set here, once; its text is the caller's to copy.
 inline CCalcNode* CCalcNode::MakeCopyOf(qorcalc::expr::CThreadSpares* spares, CCalcNode* parent,
                                         const CCalcNode& source) {
-    CCalcNode* node = TakeSpare(spares);
+    CCalcNode* node = qorcalc::expr::TakeSpare(spares);
     if (node) node->Join(parent);
     else node = new CCalcNode(parent, source.m_kind);
     node->CopyFieldsOf(source);
     return node;
 }
-
-CCalcNode* CCalcNode::Make(CCalcNode* parent, uint8_t kind) { return Make(qorcalc::expr::ThreadSpares(), parent, kind); }
 
 void CCalcNode::GiveBackStorage() {
     if (!qorcalc::support::IsShortText(m_text)) std::u16string().swap(m_text.Str());

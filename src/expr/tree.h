@@ -114,3 +114,49 @@ private:
     uint32_t m_nFailureId = 0;
     CString m_strFailure;
 };
+
+// Making nodes, inline: compiling and cloning make every node here.
+
+// As the constructor leaves a node; the children array and the text are
+// already empty, their storage kept.
+inline void CCalcNode::Reset(CCalcNode* parent, uint8_t kind) {
+    m_kind = kind;
+    m_op = OpNone;
+    m_position = 0;
+    m_valid = 1;
+    m_number = 0.0;
+    Join(parent);
+}
+
+// A node of no tree (a kept one, emptied) becomes `parent`'s, alive.
+inline void CCalcNode::Join(CCalcNode* parent) {
+    m_pParent = parent;
+    m_bDead = 0;
+    m_bAnswered = 0;
+    m_pTree = parent ? parent->m_pTree : nullptr;
+    if (m_pTree) m_pTree->CountNode();
+}
+
+namespace qorcalc::expr {
+
+// A node kept by this thread, or null when it keeps none.
+inline CCalcNode* TakeSpare(CThreadSpares* spares) {
+    CCalcNode* node = spares ? spares->nodes : nullptr;
+    if (!node) return nullptr;
+    spares->nodes = node->GetParent();
+    --spares->nodeCount;
+    return node;
+}
+
+}  // namespace qorcalc::expr
+
+inline CCalcNode* CCalcNode::Make(qorcalc::expr::CThreadSpares* spares, CCalcNode* parent, uint8_t kind) {
+    CCalcNode* node = qorcalc::expr::TakeSpare(spares);
+    if (!node) return new CCalcNode(parent, kind);
+    node->Reset(parent, kind);
+    return node;
+}
+
+inline CCalcNode* CCalcNode::Make(CCalcNode* parent, uint8_t kind) {
+    return Make(qorcalc::expr::ThreadSpares(), parent, kind);
+}
