@@ -211,7 +211,7 @@ int CCalcNode::ClassifyOperator(const CString& text) {
     };
     // The one-character operators, nearly all there are, by a switch.
     if (text.GetLength() == 1) {
-        const uint8_t op = OneCharacterOperator(text[0]);
+        const uint8_t op = OneCharacterOperator(text.Str().front());
         if (op == OpNone) return 0;
         m_op = op;
         AssignText(text);
