@@ -11,6 +11,7 @@
 #include <string>
 #include <thread>
 
+#include "expr/tree.h"
 #include "test_provider.h"
 
 namespace {
@@ -155,6 +156,77 @@ TEST(CalcReuse, ReleasedClonesCalculateAsTheFirst) {
         const std::unique_ptr<CCalcNode> deleted(compiled->Clone());
         EXPECT_EQ(Answered(*calc, deleted.get()), c.want);
     }
+}
+
+// A copy made over a spent one (CloneReusing) calculates as a fresh clone
+// does and counts the same nodes, whatever formula the spent copy was of and
+// whatever state it was given up in; a plain spent root becomes the copy.
+TEST(CalcReuse, CopiesOverSpentCopiesCalculateAsFreshOnes) {
+    TestProvider provider;
+    std::unique_ptr<ICalc> calc(NewCalc(nullptr, nullptr));
+    const struct {
+        const char16_t* formula;
+        const char* want;
+    } formulas[] = {
+        {u"1+2*3", "7"},
+        {u"if(abc > 2 && x < 2, left(tname, 3), 'no')", "tna"},
+        {u"len(tlong) + max(a, bb, ccc) - (((d)))", "7"},
+        {u"custom(abc) + 1", "failed: "},  // stops at a function the host must run
+    };
+    enum State { Unused, Half, Done };
+    for (const auto& from : formulas) {
+        int pos = -1;
+        const std::unique_ptr<CCalcNode> spentFormula(calc->Compile(from.formula, &pos));
+        ASSERT_TRUE(spentFormula);
+        for (const auto& to : formulas) {
+            const std::unique_ptr<CCalcNode> compiled(calc->Compile(to.formula, &pos));
+            ASSERT_TRUE(compiled);
+            for (State state : {Unused, Half, Done}) {
+                CCalcNode* spent = spentFormula->Clone();
+                CString out;
+                CCalcNode* pending = nullptr;
+                if (state == Half) calc->Calculate(spent, out, pending, 0, 0);
+                if (state == Done) Answered(*calc, spent);
+                CCalcNode* copy = compiled->CloneReusing(spent);
+                const std::string label = CString(from.formula).ToUtf8() + " -> " + CString(to.formula).ToUtf8();
+                EXPECT_EQ(copy, spent) << label;
+                const std::unique_ptr<CCalcNode> fresh(compiled->Clone());
+                EXPECT_EQ(CCalcTree::Of(copy)->NodeCount(), CCalcTree::Of(fresh.get())->NodeCount()) << label;
+                EXPECT_EQ(Answered(*calc, copy).rfind(to.want, 0), 0u) << label << " state " << state;
+                CCalcNode::Release(copy);
+            }
+        }
+    }
+}
+
+// What cannot serve as a spent copy is released and a fresh clone made: a
+// root of the host's class, the formula itself, a node that is no root.
+TEST(CalcReuse, CopiesOverWhatCannotServeAreFreshClones) {
+    TestProvider provider;
+    std::unique_ptr<ICalc> calc(NewCalc(nullptr, nullptr));
+    int pos = -1;
+    std::unique_ptr<CCalcNode> compiled(calc->Compile(u"abc * 2", &pos));
+    ASSERT_TRUE(compiled);
+    g_ownNodesDeleted = 0;
+    CCalcNode* own = new SevenNode(nullptr, NodeRoot);
+    CCalcNode* copy = compiled->CloneReusing(own);
+    EXPECT_NE(copy, own);
+    EXPECT_EQ(g_ownNodesDeleted, 1);
+    EXPECT_EQ(Answered(*calc, copy), "6");
+    CCalcNode::Release(copy);
+    // A node inside the formula is copied alone, as Clone copies it.
+    CCalcNode* spent = compiled->Clone();
+    CCalcNode* name = compiled->GetAt(0)->CloneReusing(spent);
+    EXPECT_NE(name, spent);
+    EXPECT_EQ(name->GetKind(), NodeName);
+    EXPECT_EQ(name->GetCount(), 0);
+    CCalcNode::Release(name);
+    // The formula given up for a copy of itself: the copy is made first.
+    CCalcNode* itself = compiled.release();
+    CCalcNode* ofItself = itself->CloneReusing(itself);
+    EXPECT_NE(ofItself, itself);
+    EXPECT_EQ(Answered(*calc, ofItself), "6");
+    CCalcNode::Release(ofItself);
 }
 
 // A manager class of the host's own: it counts its lookups and calls, can

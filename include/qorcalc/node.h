@@ -223,6 +223,13 @@ public:
     // nodes for the next trees this thread makes: a host that clones a
     // compiled formula for every calculation gives its clones back here.
     static void Release(CCalcNode* node);
+    // Clone for a host that calculates copies of its compiled formulas one
+    // after another: `spent`, a copy it is done with (calculated or not, of
+    // this formula or another), is given up, and its root, nodes and state
+    // make the new copy where they can.  The same as Clone() followed by
+    // Release(spent), except that the copy may be `spent` itself; null
+    // `spent` is a plain Clone().
+    CCalcNode* CloneReusing(CCalcNode* spent);
     // The argument texts of a call as its function receives them: unquoted.
     enum ENUM_ARGUMENTS { ArgumentsQuoted, ArgumentsRaw, ArgumentsUnquoted };
     QORCALC_LOCAL void WriteArguments(CStringArray& args, int form);
@@ -273,6 +280,13 @@ private:
     // Make for a copy of `source`: everything but its text set at once.
     QORCALC_LOCAL static CCalcNode* MakeCopyOf(qorcalc::expr::CThreadSpares* spares, CCalcNode* parent,
                                                const CCalcNode& source);
+    // Copies the subtree below this node into `copy`, a copy of this node
+    // alone, taking its nodes from `reused` (dead nodes of a spent copy;
+    // null: none) before the thread's spares.
+    QORCALC_LOCAL void CopyChildrenInto(CCalcNode* copy, qorcalc::expr::CThreadSpares* spares,
+                                        std::vector<CCalcNode*>* reused) const;
+    // CloneReusing where `spent` is a plain root of its own tree.
+    QORCALC_LOCAL CCalcNode* CloneOnto(CCalcNode* spent);
     // CopyFrom but for the text.
     QORCALC_LOCAL void CopyFieldsOf(const CCalcNode& source);
 

@@ -87,6 +87,22 @@ inline CCalcNode* CCalcNode::MakeCopyOf(qorcalc::expr::CThreadSpares* spares, CC
     return node;
 }
 
+namespace {
+
+// A dead node of a spent copy that can serve again (one of the host's own
+// class cannot, and goes), or null when none is left.
+CCalcNode* TakeReusable(std::vector<CCalcNode*>* reused) {
+    while (reused && !reused->empty()) {
+        CCalcNode* node = reused->back();
+        reused->pop_back();
+        if (typeid(*node) == typeid(CCalcNode)) return node;
+        delete node;
+    }
+    return nullptr;
+}
+
+}  // namespace
+
 void CCalcNode::GiveBackStorage() {
     if (!qorcalc::support::IsShortText(m_text)) std::u16string().swap(m_text.Str());
     if (m_children.capacity() > qorcalc::expr::kMaxKeptChildren) std::vector<CCalcNode*>().swap(m_children);
@@ -175,21 +191,68 @@ CCalcNode* CCalcNode::Clone() {
         // nodes join the tree as they are made rather than in a walk of
         // their own when it is first calculated.
         if (m_pTree && m_pTree->Root() == this) CCalcTree::Of(copy.get());
-        // Pairs of (original, copy) whose children are still to be copied
-        // (leaves have none, and are not pushed).
-        qorcalc::support::CThreadSpare<std::vector<std::pair<const CCalcNode*, CCalcNode*>>> pending;
-        pending->emplace_back(this, copy.get());
-        while (!pending->empty()) {
-            auto [from, to] = pending->back();
-            pending->pop_back();
-            to->m_children.reserve(from->m_children.size());
-            for (const CCalcNode* child : from->m_children) {
-                CCalcNode* childCopy = MakeCopyOf(spares, to, *child);
-                to->m_children.push_back(childCopy);  // reserved: cannot fail
-                childCopy->m_text = child->m_text;
-                if (!child->m_children.empty()) pending->emplace_back(child, childCopy);
+        CopyChildrenInto(copy.get(), spares, nullptr);
+        return copy.release();
+    });
+}
+
+void CCalcNode::CopyChildrenInto(CCalcNode* copy, qorcalc::expr::CThreadSpares* spares,
+                                 std::vector<CCalcNode*>* reused) const {
+    // Pairs of (original, copy) whose children are still to be copied
+    // (leaves have none, and are not pushed).
+    qorcalc::support::CThreadSpare<std::vector<std::pair<const CCalcNode*, CCalcNode*>>> pending;
+    pending->emplace_back(this, copy);
+    while (!pending->empty()) {
+        auto [from, to] = pending->back();
+        pending->pop_back();
+        to->m_children.reserve(from->m_children.size());
+        for (const CCalcNode* child : from->m_children) {
+            CCalcNode* childCopy = TakeReusable(reused);
+            if (childCopy) {
+                childCopy->Join(to);
+                childCopy->CopyFieldsOf(*child);
+            } else {
+                childCopy = MakeCopyOf(spares, to, *child);
             }
+            to->m_children.push_back(childCopy);  // reserved: cannot fail
+            childCopy->m_text = child->m_text;
+            if (!child->m_children.empty()) pending->emplace_back(child, childCopy);
         }
+    }
+}
+
+CCalcNode* CCalcNode::CloneReusing(CCalcNode* spent) {
+    if (!spent) return Clone();
+    // A spent copy serves when it is a plain compiled root of its own and
+    // this is a compiled root apart from it; anything else is released
+    // once the copy is made (this may even lie inside it).
+    const bool plainRoot = typeid(*spent) == typeid(CCalcNode) && !spent->m_pParent && spent->m_pTree &&
+                           spent->m_pTree->Root() == spent;
+    if (!plainRoot || !m_pTree || m_pTree->Root() != this || m_pTree == spent->m_pTree) {
+        CCalcNode* copy = Clone();
+        Release(spent);
+        return copy;
+    }
+    return CloneOnto(spent);
+}
+
+// The spent root becomes the copy's root and keeps its tree, which starts
+// afresh; its dead nodes are the first the copy's nodes are made of, and
+// those left over go to the thread's spares.  A copy that runs out of
+// memory is let go of, `spent` with it.
+CCalcNode* CCalcNode::CloneOnto(CCalcNode* spent) {
+    return Shielded(u"CCalcNode::Clone", static_cast<CCalcNode*>(nullptr), [&] {
+        std::unique_ptr<CCalcNode> copy(spent);
+        CCalcTree* const tree = spent->m_pTree;
+        DeleteChildren(spent->m_children);  // a calculation left unfinished: to the dead
+        tree->Reset(spent);
+        tree->CountNode();
+        spent->m_bDead = 0;
+        spent->m_bAnswered = 0;
+        spent->CopyFieldsOf(*this);
+        spent->m_text = m_text;
+        CopyChildrenInto(spent, qorcalc::expr::ThreadSpares(), &tree->m_dead);
+        tree->FreeDead();
         return copy.release();
     });
 }

@@ -123,6 +123,10 @@ struct Calculator::Impl {
         Bindings* owner = nullptr;
         const CString* Answer(std::u16string_view name) noexcept override;
     } names;
+    // The copy the last calculation left, whose nodes make the next copy;
+    // null while a calculation is under way (a host function that
+    // calculates with this calculator meanwhile makes copies of its own).
+    std::unique_ptr<CCalcNode, ReleaseNode> spent;
     // Scratch kept between calculations so that answering allocates nothing.
     CString out;
     CString answer;
@@ -358,20 +362,28 @@ void Calculator::Evaluate(const Formula& formula, Bindings& bindings, Result& re
     impl.scripts.Forget();
     impl.names.owner = &bindings;
     // The compiled root is shared and never touched: every calculation
-    // rewrites a clone of its own.
-    const std::unique_ptr<CCalcNode, ReleaseNode> root(compiled->root->Clone());
+    // rewrites a copy of its own, made of the last one's nodes, and leaves
+    // it for the next.
+    struct Leaving {
+        std::unique_ptr<CCalcNode, ReleaseNode>& spent;
+        std::unique_ptr<CCalcNode, ReleaseNode> root;
+        ~Leaving() {
+            if (!spent) spent = std::move(root);
+        }
+    } copy{impl.spent, std::unique_ptr<CCalcNode, ReleaseNode>(compiled->root->CloneReusing(impl.spent.release()))};
+    CCalcNode* const root = copy.root.get();
     for (bool answered = true; answered;) {
         CCalcNode* pending = nullptr;
-        const int code = impl.calc->Calculate(root.get(), impl.out, pending, 0, impl.options.format);
+        const int code = impl.calc->Calculate(root, impl.out, pending, 0, impl.options.format);
         switch (code) {
             case CALC_DONE:
                 impl.Done(*root, result);
                 return;
             case CALC_NEED_NAME:
-                answered = impl.AnswerName(root.get(), pending, bindings, result);
+                answered = impl.AnswerName(root, pending, bindings, result);
                 break;
             case CALC_NEED_FUNCTION:
-                answered = impl.AnswerFunction(root.get(), pending, result);
+                answered = impl.AnswerFunction(root, pending, result);
                 break;
             default:
                 impl.Stopped(code, pending, result);

@@ -248,6 +248,33 @@ TEST(HostFunctions, CallbacksGetExactArgumentsAndTheirFailuresAreNamed) {
     for (const Case& c : cases) Check(calc, b, c);
 }
 
+// A host function may calculate with the calculator that called it: each
+// calculation keeps its own copy of its formula, before and after, and the
+// copy one leaves behind serves the next.
+TEST(HostFunctions, AFunctionMayCalculateWithItsOwnCalculator) {
+    Functions functions;
+    Calculator* self = nullptr;
+    Bindings inner;
+    inner.SetValue("k", "5");
+    functions.Add("inner", [&](const std::vector<std::string>& args) {
+        return self->Evaluate(args.at(0) + " * k", inner);
+    });
+    Options options;
+    options.functions = &functions;
+    Calculator calc(options);
+    self = &calc;
+    Bindings b;
+    b.SetValue("a", "3");
+    const Case cases[] = {
+        {"a + inner(2) + a", true, "16", Kind::Number},
+        {"inner(inner(1)) - a", true, "22", Kind::Number},
+        {"a * 2", true, "6", Kind::Number},
+        {"inner(a) + inner(a)", true, "30", Kind::Number},
+    };
+    for (int round = 0; round < 2; ++round)
+        for (const Case& c : cases) Check(calc, b, c);
+}
+
 // A name without a slot goes to the table's source once, and only when a
 // calculation reaches it; a formula it answers asks for its own names in turn.
 TEST(HostBindings, NamesWithoutASlotAreAskedOfTheSourceOnce) {
