@@ -277,12 +277,14 @@ private:
     QORCALC_LOCAL void Reset(CCalcNode* parent, uint8_t kind);
     // Reset's part that makes a kept node `parent`'s child, alive.
     QORCALC_LOCAL void Join(CCalcNode* parent);
-    // Make for a copy of `source`: everything but its text set at once.
-    QORCALC_LOCAL static CCalcNode* MakeCopyOf(qorcalc::expr::CThreadSpares* spares, CCalcNode* parent,
+    // Make for a copy of `source`, of a node from `reused` (dead nodes of a
+    // spent copy; null: none) before the thread's spares: everything but its
+    // text set at once.
+    QORCALC_LOCAL static CCalcNode* MakeCopyOf(qorcalc::expr::CThreadSpares* spares,
+                                               std::vector<CCalcNode*>* reused, CCalcNode* parent,
                                                const CCalcNode& source);
     // Copies the subtree below this node into `copy`, a copy of this node
-    // alone, taking its nodes from `reused` (dead nodes of a spent copy;
-    // null: none) before the thread's spares.
+    // alone, its nodes made with MakeCopyOf.
     QORCALC_LOCAL void CopyChildrenInto(CCalcNode* copy, qorcalc::expr::CThreadSpares* spares,
                                         std::vector<CCalcNode*>* reused) const;
     // CloneReusing where `spent` is a plain root of its own tree.

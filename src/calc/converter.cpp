@@ -66,6 +66,14 @@ bool IsOperatorWord(const CString& text) {
            text.CompareNoCase(u"not") == 0 || text == u"&&" || text == u"||" || text == u"!";
 }
 
+// Adds a unit of a word or number to `tok`; false, taking nothing, when
+// `tok` is an operator, which the unit ends.
+bool TakeWordUnit(Token& tok, char16_t c, int& pos) {
+    if (tok.kind == TokOperator) return false;
+    tok.Append(c, pos++, TokWord);
+    return true;
+}
+
 // Scans one token from `pos`; `pos` comes back on the first character not
 // consumed.  Fails only for a quoted stretch that begins inside a word.
 int ScanToken(const ConvertSource& src, int& pos, Token& tok, ConvertError& error) {
@@ -84,8 +92,7 @@ int ScanToken(const ConvertSource& src, int& pos, Token& tok, ConvertError& erro
         // Most units are the letters and digits of a word or number, which
         // none of the tests below but the last would take.
         if (support::IsAsciiLetter(c) || support::IsAsciiDigit(c)) {
-            if (tok.kind == TokOperator) return 1;
-            tok.Append(c, pos++, TokWord);
+            if (!TakeWordUnit(tok, c, pos)) return 1;
             continue;
         }
         const bool doubled = (c == u'!' || c == u'=') && pos + 1 < len && text[pos + 1] == u'=';
@@ -122,9 +129,8 @@ int ScanToken(const ConvertSource& src, int& pos, Token& tok, ConvertError& erro
         } else if (c == u'>' || c == u'<' || c == u'=') {
             if (!tok.IsEmpty() && tok.kind != TokOperator) return 1;
             tok.Append(c, pos++, TokOperator);
-        } else {
-            if (tok.kind == TokOperator) return 1;
-            tok.Append(c, pos++, TokWord);
+        } else if (!TakeWordUnit(tok, c, pos)) {
+            return 1;
         }
     }
     return 1;
@@ -155,7 +161,7 @@ int MakeNode(const Token& tok, CCalcNode& node, ConvertError& error) {
             node.SetKind(NodeGroup);
             return 1;
         }
-        if (!support::IsPlainAsciiName(tok.text.Str()) && !CUtilityCalc::IsValidFuncName(tok.text, chinese, badPos))
+        if (!CUtilityCalc::IsValidFuncName(tok.text, chinese, badPos))
             return FailName(tok, kMsgBadFunctionName, badPos, error);
         node.AssignText(tok.text);  // a word holds no quote: every quote opens a quoted stretch
         node.SetKind(NodeFunction);
@@ -169,7 +175,7 @@ int MakeNode(const Token& tok, CCalcNode& node, ConvertError& error) {
     } else if (CUtilityCalc::IsPureNumber(tok.text, 0)) {
         node.SetLiteral(tok.text);
     } else {
-        if (!support::IsPlainAsciiName(tok.text.Str()) && !CUtilityCalc::IsValidVarName(tok.text, chinese, 1, 1, badPos))
+        if (!CUtilityCalc::IsValidVarName(tok.text, chinese, 1, 1, badPos))
             return FailName(tok, kMsgBadName, badPos, error);
         node.AssignText(tok.text);
         node.SetKind(NodeName);

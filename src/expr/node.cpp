@@ -76,17 +76,6 @@ CThreadSpares* MakeThreadSpares() {
 
 }  // namespace qorcalc::expr
 
-// Make for a copy of `source` in `parent`: its kind, operator, position and
-// number are set here, once; its text is the caller's to copy.
-inline CCalcNode* CCalcNode::MakeCopyOf(qorcalc::expr::CThreadSpares* spares, CCalcNode* parent,
-                                        const CCalcNode& source) {
-    CCalcNode* node = qorcalc::expr::TakeSpare(spares);
-    if (node) node->Join(parent);
-    else node = new CCalcNode(parent, source.m_kind);
-    node->CopyFieldsOf(source);
-    return node;
-}
-
 namespace {
 
 // A dead node of a spent copy that can serve again (one of the host's own
@@ -102,6 +91,19 @@ CCalcNode* TakeReusable(std::vector<CCalcNode*>* reused) {
 }
 
 }  // namespace
+
+// Make for a copy of `source` in `parent`, of a node from `reused` (null:
+// none) or else the thread's spares: its kind, operator, position and
+// number are set here, once; its text is the caller's to copy.
+inline CCalcNode* CCalcNode::MakeCopyOf(qorcalc::expr::CThreadSpares* spares, std::vector<CCalcNode*>* reused,
+                                        CCalcNode* parent, const CCalcNode& source) {
+    CCalcNode* node = TakeReusable(reused);
+    if (!node) node = qorcalc::expr::TakeSpare(spares);
+    if (node) node->Join(parent);
+    else node = new CCalcNode(parent, source.m_kind);
+    node->CopyFieldsOf(source);
+    return node;
+}
 
 void CCalcNode::GiveBackStorage() {
     if (!qorcalc::support::IsShortText(m_text)) std::u16string().swap(m_text.Str());
@@ -185,7 +187,7 @@ inline void CCalcNode::CopyFieldsOf(const CCalcNode& source) {
 CCalcNode* CCalcNode::Clone() {
     return Shielded(u"CCalcNode::Clone", static_cast<CCalcNode*>(nullptr), [&] {
         qorcalc::expr::CThreadSpares* const spares = qorcalc::expr::ThreadSpares();
-        std::unique_ptr<CCalcNode> copy(MakeCopyOf(spares, nullptr, *this));
+        std::unique_ptr<CCalcNode> copy(MakeCopyOf(spares, nullptr, nullptr, *this));
         copy->m_text = m_text;
         // The copy of a compiled root is given its tree now, so that its
         // nodes join the tree as they are made rather than in a walk of
@@ -207,13 +209,7 @@ void CCalcNode::CopyChildrenInto(CCalcNode* copy, qorcalc::expr::CThreadSpares* 
         pending->pop_back();
         to->m_children.reserve(from->m_children.size());
         for (const CCalcNode* child : from->m_children) {
-            CCalcNode* childCopy = TakeReusable(reused);
-            if (childCopy) {
-                childCopy->Join(to);
-                childCopy->CopyFieldsOf(*child);
-            } else {
-                childCopy = MakeCopyOf(spares, to, *child);
-            }
+            CCalcNode* childCopy = MakeCopyOf(spares, reused, to, *child);
             to->m_children.push_back(childCopy);  // reserved: cannot fail
             childCopy->m_text = child->m_text;
             if (!child->m_children.empty()) pending->emplace_back(child, childCopy);

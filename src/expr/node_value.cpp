@@ -176,6 +176,7 @@ int CCalcNode::ClassifyInto(const CString& text) {
 
 namespace {
 
+// The operator a one-character spelling stands for; OpNone for none.
 uint8_t OneCharacterOperator(char16_t c) {
     switch (c) {
         case u'+': return OpAdd;
@@ -199,17 +200,14 @@ int CCalcNode::ClassifyOperator(const CString& text) {
         const char16_t* kept;  // null: the spelling itself
         bool anyCase;
     };
+    // The longer spellings; the one-character ones, nearly all there are,
+    // go by OneCharacterOperator.
     static const Spelling kSpellings[] = {
-        {u"+", OpAdd, nullptr, false},        {u"-", OpSubtract, nullptr, false},
-        {u"*", OpMultiply, nullptr, false},   {u"/", OpDivide, nullptr, false},
-        {u"=", OpEqual, nullptr, false},      {u">", OpGreater, nullptr, false},
-        {u"<", OpLess, nullptr, false},       {u">=", OpGreaterEqual, nullptr, false},
-        {u"<=", OpLessEqual, nullptr, false}, {u"<>", OpNotEqual, nullptr, false},
-        {u"&&", OpAnd, nullptr, false},       {u"and", OpAnd, u" and ", true},
-        {u"||", OpOr, nullptr, false},        {u"or", OpOr, u" or ", true},
-        {u"!", OpNot, nullptr, false},        {u"not", OpNot, u"!", true},
+        {u">=", OpGreaterEqual, nullptr, false}, {u"<=", OpLessEqual, nullptr, false},
+        {u"<>", OpNotEqual, nullptr, false},     {u"&&", OpAnd, nullptr, false},
+        {u"and", OpAnd, u" and ", true},         {u"||", OpOr, nullptr, false},
+        {u"or", OpOr, u" or ", true},            {u"not", OpNot, u"!", true},
     };
-    // The one-character operators, nearly all there are, by a switch.
     if (text.GetLength() == 1) {
         const uint8_t op = OneCharacterOperator(text.Str().front());
         if (op == OpNone) return 0;

@@ -25,14 +25,6 @@ inline bool AllAsciiDigits(std::u16string_view text) {
     return true;
 }
 inline bool IsAsciiLetter(char16_t c) { return (c >= u'a' && c <= u'z') || (c >= u'A' && c <= u'Z'); }
-// An ASCII letter, then ASCII letters, digits and underscores: a name that
-// every name rule of the formula language accepts as it stands.
-inline bool IsPlainAsciiName(std::u16string_view text) {
-    if (text.empty() || !IsAsciiLetter(text.front())) return false;
-    for (const char16_t c : text)
-        if (!IsAsciiLetter(c) && !IsAsciiDigit(c) && c != u'_') return false;
-    return true;
-}
 char16_t towupper16(char16_t c);
 char16_t towlower16(char16_t c);
 bool iswalpha16(char16_t c);

@@ -26,12 +26,12 @@ namespace {
 using qorcalc::detail::Shielded;
 using qorcalc::detail::ShieldedInto;
 using qorcalc::support::IsAsciiDigit;
+using qorcalc::support::IsAsciiLetter;
 
 constexpr std::u16string_view kLineBreak = u"\r\n";
 // Texts this long or longer keep their digits, not a double.
 constexpr int kMaxNumberPartLength = 18;
 
-bool IsAsciiLetter(char16_t c) { return (c >= u'a' && c <= u'z') || (c >= u'A' && c <= u'Z'); }
 constexpr char16_t kFirstWideChar = 129;
 
 // The text of a byte block read as UTF-16 (an odd last byte is ignored).
@@ -53,6 +53,21 @@ bool OnlyOf(const CString& name, char16_t c) {
 int RejectUnlessDigit(int i, char16_t c, int& badPos) {
     badPos = i;
     return i > 0 && IsAsciiDigit(c) ? 1 : 0;
+}
+
+// A name of an ASCII letter and then ASCII letters, digits and underscores,
+// nearly every name there is, passes both name rules as it stands (nothing
+// to trim, no locale to ask) and leaves badPos as they would: on its last
+// digit, else 0.  False, badPos untouched, for any other name.
+bool PassesAsPlainAsciiName(const char16_t* name, int& badPos) {
+    if (!name || !IsAsciiLetter(name[0])) return false;
+    int lastDigit = 0;
+    for (int i = 0; name[i]; ++i) {
+        if (IsAsciiDigit(name[i])) lastDigit = i;
+        else if (!IsAsciiLetter(name[i]) && name[i] != u'_') return false;
+    }
+    badPos = lastDigit;
+    return true;
 }
 
 }  // namespace
@@ -161,6 +176,7 @@ int CUtilityCalc::GetRightPara(CString& line, CMem& text, int remove, int trim) 
 // badPos counts in the trimmed name.
 int CUtilityCalc::IsValidFuncName(const char16_t* name, int allowWide, int& badPos) {
     badPos = 0;
+    if (PassesAsPlainAsciiName(name, badPos)) return 1;
     CString s(name);
     s.Trim();
     if (s.IsEmpty()) return 0;
@@ -177,6 +193,7 @@ int CUtilityCalc::IsValidFuncName(const char16_t* name, int allowWide, int& badP
 int CUtilityCalc::IsValidVarName(const char16_t* name, int allowWide, int allowDot, int allowHash,
                                  int& badPos) {
     badPos = 0;
+    if (PassesAsPlainAsciiName(name, badPos)) return 1;
     CString s(name);
     s.Trim();
     if (s.IsEmpty()) return 0;
