@@ -4,6 +4,7 @@
 #include <qorcalc/utility.h>
 #include <qorcalc/vek.h>
 
+#include <algorithm>
 #include <memory>
 
 #include "expr/tree.h"
@@ -62,8 +63,22 @@ bool IsOperatorWord(const CString& text) {
         default:
             if (first < 0x80) return false;
     }
-    return text.CompareNoCase(u"and") == 0 || text.CompareNoCase(u"or") == 0 ||
-           text.CompareNoCase(u"not") == 0 || text == u"&&" || text == u"||" || text == u"!";
+    if (text == u"&&" || text == u"||" || text == u"!") return true;
+    // The words compare as C strings do, up to a NUL, and a unit folds to
+    // one unit: only a text as long as the word can equal it.
+    switch (std::u16string_view(text.GetString()).size()) {
+        case 2:
+            return text.CompareNoCase(u"or") == 0;
+        case 3:
+            return text.CompareNoCase(u"and") == 0 || text.CompareNoCase(u"not") == 0;
+        default:
+            return false;
+    }
+}
+
+// Whether `tok`, about to open a bracket, is the negation "not(" or "!(".
+bool IsNegationWord(const CString& text) {
+    return text == u"!" || (std::u16string_view(text.GetString()).size() == 3 && text.CompareNoCase(u"not") == 0);
 }
 
 // Adds a unit of a word or number to `tok`; false, taking nothing, when
@@ -114,7 +129,7 @@ int ScanToken(const ConvertSource& src, int& pos, Token& tok, ConvertError& erro
             return 1;
         } else if (c == u'(') {
             if (tok.kind == TokOperator) return 1;
-            if (tok.text.CompareNoCase(u"not") == 0 || tok.text == u"!") {
+            if (IsNegationWord(tok.text)) {
                 tok.kind = TokOperator;  // "not(" negates the group that follows
                 return 1;
             }
@@ -254,6 +269,12 @@ int ConvertList(const ConvertSource& src, int& pos, CCalcNode* parent, ConvertEr
 
 int Convert(const ConvertSource& source, int& pos, CCalcNode* parent, ConvertError& error) {
     if (!parent) return 0;
+    // The top-level list is the longest of most formulas, and has at most a
+    // child per unit of the text: room for that many, up to a point, spares
+    // it the growth a list of the usual room would go through.
+    constexpr size_t kMostTopLevelRoom = 16;
+    std::vector<CCalcNode*>& top = parent->Children();
+    if (top.capacity() == 0) top.reserve(std::min(kMostTopLevelRoom, static_cast<size_t>(source.text.GetLength())));
     return ConvertList(source, pos, parent, error, 0);
 }
 

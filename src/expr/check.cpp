@@ -68,7 +68,10 @@ CCalcNode* FirstPlacementFault(CCalcNode* root) {
         Frame& top = open.back();
         if (top.next < top.node->Children().size()) {
             CCalcNode* child = top.node->Children()[top.next++];
-            open.push_back({child, 0});  // invalidates `top`
+            // A leaf is its own list, faulty only as an empty group: taken
+            // here, without a frame of its own.
+            if (!child->Children().empty()) open.push_back({child, 0});  // invalidates `top`
+            else if (KindOf(child) == NodeGroup) return child;
             continue;
         }
         CCalcNode* node = top.node;
