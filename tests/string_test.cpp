@@ -45,6 +45,19 @@ TEST(CString, ClampsPositionsAndCounts) {
     EXPECT_EQ(s.Find(u"ef", 99), -1);
 }
 
+// The first unit of the set: units that share their low six bits with a
+// set member (g and ' are 64 apart, U+0127 is 256 above ') are no match,
+// and a set beyond ASCII is searched as well.
+TEST(CString, FindOneOfFindsOnlyTheSetsUnits) {
+    struct Case { const char16_t *text, *chars; int want; } cases[] = {
+        {u"ab|c&", u"|&", 2},     {u"abc", u"|&", -1},           {u"g\u0127'", u"'", 2},
+        {u"\u0127g", u"g", 1},     {u"x\u00ab\u00bb", u"\u00bb\u00ab", 1}, {u"\u6570x", u"\u6570", 0},
+        {u"a\x7f", u"\x7f", 1},   {u"\x3f\x7f", u"\x7f\x3f", 0}, {u"abc", u"", -1},
+        {u"", u"a", -1},          {u"abc", nullptr, -1},
+    };
+    for (const auto& c : cases) EXPECT_EQ(CString(c.text).FindOneOf(c.chars), c.want) << U8(c.text);
+}
+
 TEST(CString, EditingOperations) {
     CString s(u"a-b-c");
     EXPECT_EQ(s.Replace(u"-", u"--"), 2);

@@ -66,6 +66,7 @@ TEST(CVekQuotes, FindQuotes) {
         {u"'it''s'", u"'", 0, {0, 4}, {3, 6}},       {u"x 'open", u"'", 0, {2}, {6}}, {u"'", u"'", 0, {0}, {0}},
         {u"'a' 'b'", u"'", 1, {0}, {2}},             {u"no quotes", u"'", 0, {}, {}},
         {u"'a'", nullptr, 0, {}, {}}, {u"'a'", u"", 0, {}, {}}, {u"", u"'", 0, {}, {}},
+        {u"g\u0127'x'", u"'", 0, {2}, {4}},           {u"\u00aba\u00ab'b'", u"\u00ab'", 0, {0, 3}, {2, 5}},
     };
     for (const auto& c : cases) {
         CUIntArray starts, ends;

@@ -14,6 +14,7 @@
 #include "expr/evaluate.h"
 #include "func/catalogue.h"
 #include "expr/tree.h"
+#include "support/text.h"
 #include "support/thread_spare.h"
 #include "util/number_form.h"
 #include "util/quotes.h"
@@ -144,9 +145,12 @@ int CCalc::Parse(CCalcNode* root, CString& text, int& errorPos, uint32_t& messag
         tree->SetTypesChecked(!CUtilityCalc::Calc_IsComplexEnabled());
     }
     CVek::Error(nullptr);
-    SpaceLogicalOperators(text);
     CUIntArray starts, ends;
-    CVek::FindQuotes(text, starts, ends, u"\"'", 0);
+    // Most formulas hold neither quotes nor "||" and "&&": one look tells.
+    if (support::FindFirstOf(text.Str(), u"|&\"'") != std::u16string_view::npos) {
+        SpaceLogicalOperators(text);
+        CVek::FindQuotes(text, starts, ends, u"\"'", 0);
+    }
     int pos = 0;
     ConvertError error;
     // The nodes the tree keeps dead count too: memory stays within the limit

@@ -122,7 +122,7 @@ int CString::ReverseFind(char16_t ch) const {
 
 int CString::FindOneOf(const char16_t* chars) const {
     if (!chars || !*chars) return -1;
-    size_t pos = m_str.find_first_of(chars);
+    const size_t pos = qorcalc::support::FindFirstOf(m_str, chars);
     return pos == std::u16string::npos ? -1 : static_cast<int>(pos);
 }
 

@@ -130,8 +130,8 @@ int CVek::FindQuotes(const CString& text, CUIntArray& starts, CUIntArray& ends, 
     const std::u16string_view set = View(quotes);
     if (s.empty() || set.empty()) return 0;
     return Shielded(u"CVek::FindQuotes", -1, [&] {
-        for (size_t open = s.find_first_of(set); open != std::u16string_view::npos;
-             open = s.find_first_of(set, open)) {
+        for (size_t open = qorcalc::support::FindFirstOf(s, set); open != std::u16string_view::npos;
+             open = qorcalc::support::FindFirstOf(s, set, open)) {
             const size_t close = s.find(s[open], open + 1);
             const size_t last = close == std::u16string_view::npos ? s.size() - 1 : close;
             starts.Add(static_cast<uint32_t>(open));
