@@ -193,9 +193,13 @@ private:
 };
 
 // An aligned table for a terminal.  The first records decide the widths;
-// a later, wider cell widens its line only, so memory stays bounded.
+// a later, wider cell widens its line only, so memory stays bounded.  A
+// table wider than the terminal (`columns`; 0: no limit) has its widest
+// columns narrowed until it fits, and every cell cut to its column, the
+// cut marked; a note on stderr tells how many cells lost text.
 class TableOutput final : public Output {
 public:
+    TableOutput(int columns, Language language) : m_columns(columns), m_language(language) {}
     void Header(const std::vector<std::string>& names) override {
         m_rows.push_back(names);
         m_cells = names.size();
@@ -220,6 +224,9 @@ public:
     }
     void Finish() override {
         if (m_widths.empty()) PrintSample();
+        if (m_cut > 0)
+            std::fprintf(stderr, "qorcalc: %s\n",
+                         Say(kMsgTableShortened, m_language, {std::to_string(m_cut), std::to_string(m_columns)}).c_str());
     }
 
 private:
@@ -246,6 +253,7 @@ private:
         for (const auto& row : m_rows)
             for (size_t i = 0; i < row.size() && i < m_widths.size(); ++i)
                 m_widths[i] = std::max(m_widths[i], DisplayWidth(row[i]));
+        m_fitted = m_columns > 0 && Narrow(m_widths, m_columns);
         Print(m_rows[0]);
         std::string rule;
         for (size_t i = 0; i < m_widths.size(); ++i) rule += (i ? "  " : "") + std::string(static_cast<size_t>(m_widths[i]), '-');
@@ -257,15 +265,39 @@ private:
         std::string line;
         for (size_t i = 0; i < row.size(); ++i) {
             if (i) line += "  ";
-            line += row[i];
+            const bool cut = m_fitted && i < m_widths.size() && DisplayWidth(row[i]) > m_widths[i];
+            const std::string& cell = cut ? FitWidth(row[i], m_widths[i]) : row[i];
+            m_cut += cut;
+            line += cell;
             if (i + 1 < row.size() && i < m_widths.size())
-                line.append(static_cast<size_t>(std::max(0, m_widths[i] - DisplayWidth(row[i]))), ' ');
+                line.append(static_cast<size_t>(std::max(0, m_widths[i] - DisplayWidth(cell))), ' ');
         }
         std::printf("%s\n", line.c_str());
+    }
+    // Lowers the widest columns to one common width, the largest with which
+    // the table fits in `columns`, though none below kNarrowest (a table of
+    // many columns may still be wider); false when it fits as it is.
+    static bool Narrow(std::vector<int>& widths, int columns) {
+        constexpr int kNarrowest = 6;
+        auto total = [&](int cap) {
+            int sum = 2 * static_cast<int>(widths.size() - 1);
+            for (const int w : widths) sum += std::min(w, cap);
+            return sum;
+        };
+        const int widest = *std::max_element(widths.begin(), widths.end());
+        if (total(widest) <= columns) return false;
+        int cap = widest;
+        while (cap > kNarrowest && total(cap) > columns) --cap;
+        for (int& w : widths) w = std::min(w, cap);
+        return true;
     }
     std::vector<std::vector<std::string>> m_rows;
     std::vector<int> m_widths;
     size_t m_cells = 0;
+    const int m_columns;
+    const Language m_language;
+    bool m_fitted = false;
+    long long m_cut = 0;
 };
 
 // One worker's engine: the report's columns over the batches it is given,
@@ -390,10 +422,10 @@ private:
     bool m_closing = false;
 };
 
-std::unique_ptr<Output> MakeOutput(ReportFormat format) {
+std::unique_ptr<Output> MakeOutput(ReportFormat format, Language language) {
     if (format == ReportFormat::Auto) format = isatty(STDOUT_FILENO) ? ReportFormat::Table : ReportFormat::Csv;
     if (format == ReportFormat::Json) return std::make_unique<JsonOutput>();
-    if (format == ReportFormat::Table) return std::make_unique<TableOutput>();
+    if (format == ReportFormat::Table) return std::make_unique<TableOutput>(TerminalColumns(), language);
     return std::make_unique<CsvOutput>();
 }
 
@@ -426,7 +458,7 @@ int RunReport(const ReportArgs& args, Language language) {
     std::vector<Column> columns;
     if (!LoadFormulas(args.formulas, formulaFile, header, compiler, columns, language)) return 1;
 
-    std::unique_ptr<Output> output = MakeOutput(args.format);
+    std::unique_ptr<Output> output = MakeOutput(args.format, language);
     std::vector<std::string> names(header);
     for (const Column& column : columns) names.push_back(column.name);
     output->Header(names);

@@ -40,6 +40,7 @@ enum ToolMessage : uint32_t {
     kMsgBadLanguage = 2121,
     kMsgBadFormat = 2122,
     kMsgPrefixed = 2123,
+    kMsgTableShortened = 2124,
 };
 
 inline std::string Say(uint32_t id, Language language, const std::vector<std::string>& args = {}) {
@@ -51,6 +52,13 @@ void AppendJson(std::string_view text, std::string& out);
 std::string Json(std::string_view text);
 // Columns `text` takes on a terminal (wide East Asian characters take two).
 int DisplayWidth(std::string_view text);
+// `text` cut to `columns` columns, its last one an ellipsis ("…"), when it
+// is wider; whole characters only.
+std::string FitWidth(std::string_view text, int columns);
+// Columns of the terminal the output is read on: COLUMNS when it holds a
+// positive number, else the width of standard output when that is a
+// terminal; 0 when neither tells (output into a pipe or a file).
+int TerminalColumns();
 // An error as the tool prints it: "error ID: MESSAGE".
 std::string ErrorLine(const host::Error& error);
 

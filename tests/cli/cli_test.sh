@@ -8,6 +8,7 @@ D=$T/data
 W=$(mktemp -d)
 trap 'rm -rf "$W"' EXIT
 export LC_ALL=C.UTF-8 LANG= LC_MESSAGES=
+unset COLUMNS  # the reviewed tables are whole whatever terminal runs the tests
 failures=0
 
 fail() { echo "FAIL: $*"; failures=$((failures + 1)); }
@@ -59,6 +60,17 @@ for form in csv jsonl table; do
     cmp -s "$W/out" "$T/expected/orders.$form" || fail "report $flag: output differs: $(diff "$W/out" "$T/expected/orders.$form" | head -5)"
     grep -q '2 of 9 calculated cells failed' "$W/stderr" || fail "report $flag: no summary on stderr"
 done
+# A table wider than the terminal is narrowed to fit, its cut cells marked
+# and counted; a terminal wide enough, or another form, changes nothing.
+COLUMNS=60 "$Q" report "$D/orders.csv" "$D/orders.formulas" --table >"$W/out" 2>"$W/stderr"
+cmp -s "$W/out" "$T/expected/orders.table60" || fail "report --table in 60 columns: $(diff "$W/out" "$T/expected/orders.table60" | head -5)"
+[ "$(wc -L <"$W/out")" -le 60 ] || fail "report --table in 60 columns: a line is $(wc -L <"$W/out") columns wide"
+grep -q '8 cells were cut to fit 60 columns; --csv' "$W/stderr" || fail "report --table: no note of the cut cells: $(head -1 "$W/stderr")"
+COLUMNS=1000 "$Q" report "$D/orders.csv" "$D/orders.formulas" --table >"$W/out" 2>"$W/stderr"
+cmp -s "$W/out" "$T/expected/orders.table" || fail "report --table in 1000 columns should be the whole table"
+grep -q 'were cut' "$W/stderr" && fail "report --table in 1000 columns: nothing is cut"
+COLUMNS=20 "$Q" report "$D/orders.csv" "$D/orders.formulas" --csv >"$W/out" 2>/dev/null
+cmp -s "$W/out" "$T/expected/orders.csv" || fail "report --csv: COLUMNS must not change CSV"
 "$Q" report "$D/orders.csv" "$D/orders.formulas" >"$W/default" 2>/dev/null
 cmp -s "$W/default" "$T/expected/orders.csv" || fail "report: CSV is the default when stdout is no terminal"
 

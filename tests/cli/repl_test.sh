@@ -1,12 +1,13 @@
 #!/usr/bin/env bash
 # Drives `qorcalc repl` in a real terminal (tmux): typing, editing the line,
-# recalling history, the caret under an error, commands.
+# recalling history, the caret under an error, commands; and `qorcalc
+# report` into a terminal narrower than its table.
 #   repl_test.sh QORCALC
 set -u
 Q=$1
 W=$(mktemp -d)
 S=qorcalc-repl-$$
-trap 'tmux kill-session -t "$S" 2>/dev/null; rm -rf "$W"' EXIT
+trap 'tmux kill-session -t "$S" 2>/dev/null; tmux kill-session -t "$S-table" 2>/dev/null; rm -rf "$W"' EXIT
 failures=0
 fail() { echo "FAIL: $*"; failures=$((failures + 1)); }
 
@@ -62,6 +63,16 @@ type_line ':quit'
 for _ in $(seq 1 30); do tmux has-session -t "$S" 2>/dev/null || break; sleep 0.1; done
 tmux has-session -t "$S" 2>/dev/null && fail ":quit should end the session"
 grep -q '6\*7' "$W/.qorcalc_history" || fail "history should be kept in ~/.qorcalc_history"
+
+# A report into a terminal 60 columns wide, with no COLUMNS to tell: the
+# table is narrowed to the terminal, as the reviewed 60-column table.
+D=$(dirname "$0")
+tmux new-session -d -s "$S-table" -x 60 -y 20 \
+    "env -u COLUMNS LC_ALL=C.UTF-8 $Q report $D/data/orders.csv $D/data/orders.formulas 2>/dev/null; sleep 30"
+for _ in $(seq 1 50); do tmux capture-pane -p -t "$S-table" | grep -q '^Odd' && break; sleep 0.1; done
+tmux capture-pane -p -t "$S-table" | head -5 | sed 's/ *$//' >"$W/table"
+sed 's/ *$//' "$D/expected/orders.table60" | cmp -s - "$W/table" ||
+    fail "report in a 60-column terminal: $(diff "$W/table" "$D/expected/orders.table60" | head -5)"
 
 [ $failures = 0 ] && echo "all passed"
 exit $((failures > 0))

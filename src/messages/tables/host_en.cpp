@@ -65,6 +65,7 @@ constexpr MessageEntry kTexts[] = {
     {2121, u"%s is not a language; use en or zh"},
     {2122, u"--format needs a number from 0 to 255, not %s"},
     {2123, u"%s: %s"},
+    {2124, u"%s cells were cut to fit %s columns; --csv or --json shows them whole"},
 };
 
 }  // namespace

@@ -64,6 +64,7 @@ constexpr MessageEntry kTexts[] = {
     {2121, u"%s 不是可用的语言；请用 en 或 zh"},
     {2122, u"--format 需要 0 到 255 之间的数字，而不是 %s"},
     {2123, u"%s：%s"},
+    {2124, u"有 %s 个单元格被截短以适应 %s 列宽；用 --csv 或 --json 可看到完整内容"},
 };
 
 }  // namespace
