@@ -170,6 +170,51 @@ private:
     std::unique_ptr<CCalcNode> m_compiled;
 };
 
+// The same per record as a host that makes each copy over the last one
+// (CloneReusing) and answers its names inside Calculate (SetNames) runs
+// it: the path of qorcalc report.
+class ReuseCalc : public Bench {
+public:
+    explicit ReuseCalc(const std::u16string& text) : m_values(16) {
+        int pos = 0;
+        m_compiled.reset(TheHost().Calc().Compile(text.c_str(), &pos));
+        for (int v = 0; v < 16; ++v) m_values[static_cast<size_t>(v)] = CString::FromUtf8(std::to_string(v));
+    }
+    ~ReuseCalc() override { CCalcNode::Release(m_spent); }
+    void Run(int i) override {
+        if (m_compiled) benchmark::DoNotOptimize(Calculate(i));
+    }
+    std::string Result(int i) override {
+        if (!m_compiled) return Host::Outcome(nullptr, CALC_ERROR);
+        const int code = Calculate(i);
+        return Host::Outcome(m_spent, code);
+    }
+
+private:
+    // Names from the values of iteration `i`, as the plain host gives them.
+    struct Names final : ICalcNames {
+        const std::vector<CString>* values = nullptr;
+        int i = 0;
+        const CString* Answer(std::u16string_view name) noexcept override {
+            const char16_t letter = name.size() == 1 ? name[0] : u'?';
+            return &(*values)[static_cast<size_t>(NameValue(letter, i))];
+        }
+    };
+    int Calculate(int i) {
+        m_names.values = &m_values;
+        m_names.i = i;
+        m_spent = m_compiled->CloneReusing(m_spent);
+        TheHost().Calc().SetNames(&m_names);
+        const int code = TheHost().Drive(m_spent, i);
+        TheHost().Calc().SetNames(nullptr);
+        return code;
+    }
+    std::unique_ptr<CCalcNode> m_compiled;
+    CCalcNode* m_spent = nullptr;
+    std::vector<CString> m_values;
+    Names m_names;
+};
+
 #if defined(QORCALC_HAVE_MUPARSER)
 class MuParserCalc : public Bench {
 public:
@@ -342,6 +387,10 @@ std::vector<Case> Cases() {
     for (const SmallFormula& f : kSmall) {
         auto make = [text = U16(f.ours)] { return std::make_unique<CloneCalc>(text); };
         cases.push_back({std::string("small/clone+calc/") + f.label, f.ours, 1, SmallExpected(f, kCheckIteration), make, {}});
+    }
+    for (const SmallFormula& f : kSmall) {
+        auto make = [text = U16(f.ours)] { return std::make_unique<ReuseCalc>(text); };
+        cases.push_back({std::string("small/reuse+calc/") + f.label, f.ours, 1, SmallExpected(f, kCheckIteration), make, {}});
     }
 #if defined(QORCALC_HAVE_MUPARSER)
     for (const SmallFormula& f : kSmall) {

@@ -8,8 +8,9 @@
                                                   contains NAME PART
 
 BENCH is the qorcalc_bench program.  Both modes print the same rows: the six
-small formulas (compile+calculate and clone+calculate, each against
-muParser's SetExpr+Eval in the same run), one formula per built-in family,
+small formulas (compile+calculate, clone+calculate, and clone+calculate as
+qorcalc report runs it, each against muParser's SetExpr+Eval in the same
+run), one formula per built-in family,
 the cost per term of growing formulas, and the formulas of 1 MB.
 """
 import datetime
@@ -171,16 +172,17 @@ def small_rows(results, unit):
         if r.group != "small" or r.family == "muparser":
             continue
         mu = theirs.get(r.key)
-        goal_ratio = COMPILE_RATIO if r.family == "compile+calc" else CLONE_RATIO
+        cloned = r.family in ("clone+calc", "reuse+calc")
+        goal_ratio = CLONE_RATIO if cloned else COMPILE_RATIO
         goal = "ratio <= %.2f" % goal_ratio
-        if r.family == "clone+calc":
+        if cloned:
             goal += ", allocs <= %d" % CLONE_ALLOCS
         if r.problem or not mu or mu.cost is None:
             rows.append([r.family, r.label, amount(r.cost, unit), amount(mu.cost if mu else None, unit), "-",
                          allocs_text(r), goal, r.problem or "no muParser in this build"])
             continue
         ratio = r.cost / mu.cost
-        ok = ratio <= goal_ratio and (r.family != "clone+calc" or (r.allocs or 0) <= CLONE_ALLOCS)
+        ok = ratio <= goal_ratio and (not cloned or (r.allocs or 0) <= CLONE_ALLOCS)
         rows.append([r.family, r.label, amount(r.cost, unit), amount(mu.cost, unit), "%.3f" % ratio, allocs_text(r),
                      goal, verdict(ok)])
     return rows
