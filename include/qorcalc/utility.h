@@ -83,6 +83,8 @@ public:
     static void FormatNum(CString& value, const CString& pattern);
 
     // --- Amounts in Chinese capital numerals --------------------------------
+    // 1 with the words in `out`; 0, `out` left empty, for an amount of more
+    // than 13 integer digits or one that is no number.  `amount` is worked on.
     static int RMB(CString& out, CString& amount, int exact);
 
     // --- Dates ---------------------------------------------------------------

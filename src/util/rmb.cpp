@@ -116,8 +116,10 @@ std::u16string TakeFraction(CString& amount) {
 
 }  // namespace
 
+// A refused amount leaves `out` empty, as every failed toolbox routine
+// leaves its output, never half an amount that reads like a whole one.
 int CUtilityCalc::RMB(CString& out, CString& amount, int exact) {
-    return Shielded(u"CUtilityCalc::RMB", 0, [&]() -> int {
+    const int written = Shielded(u"CUtilityCalc::RMB", 0, [&]() -> int {
         std::u16string& text = out.Str();
         text.clear();
         std::erase_if(amount.Str(), [](char16_t c) { return c == u',' || c == u' '; });
@@ -147,4 +149,6 @@ int CUtilityCalc::RMB(CString& out, CString& amount, int exact) {
         if (exact && !endsInFen) text += kWhole;
         return 1;
     }, out);
+    if (!written) out.Empty();
+    return written;
 }
