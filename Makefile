@@ -3,7 +3,7 @@ BUILD      ?= build
 JOBS       ?= $(shell nproc 2>/dev/null || echo 2)
 CMAKE_ARGS ?=
 
-.PHONY: all setup configure build test demo sanitize tsan bench-build bench bench-instr bench-check bench-report fuzz fuzz-build fuzz-short clean
+.PHONY: all setup configure build test demo sanitize tsan pgo bench-build bench bench-instr bench-check bench-report fuzz fuzz-build fuzz-short clean
 
 all: build
 
@@ -42,6 +42,13 @@ tsan:
 	@$(MAKE) --no-print-directory configure BUILD=build-tsan CMAKE_ARGS="-DQORCALC_TSAN=ON -DCMAKE_BUILD_TYPE=Debug"
 	@$(CMAKE_BUILD) build-tsan -j $(JOBS) --target qorcalc_tests
 	@$(SANITIZER_ENV) build-tsan/qorcalc_tests --gtest_filter='$(TSAN_TESTS)' --gtest_brief=1
+
+# The tool and libraries built with profile-guided optimisation in
+# build-pgo (PGO_BUILD): built with counters, trained on a report and single
+# formulas, built again with the profile.
+PGO_BUILD ?= build-pgo
+pgo: setup
+	@scripts/pgo.sh $(PGO_BUILD)
 
 # The speed record as one table: CPU time per run against muParser in the
 # same run (bench), or instructions per run under callgrind (bench-instr).
