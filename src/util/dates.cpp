@@ -114,8 +114,10 @@ struct Slot {
 
 using Slots = std::array<Slot, kDateFieldCount>;
 
+// Counted by the field's length, so that no position past the field is
+// ever formed.
 void Hide(CString& pattern, const Slot& slot) {
-    for (int i = slot.pos; i < slot.pos + slot.length; ++i) pattern.SetAt(i, kMarker);
+    for (int i = 0; i < slot.length; ++i) pattern.SetAt(slot.pos + i, kMarker);
 }
 
 // Places a named field (month or weekday name) at the first of `words`
