@@ -284,6 +284,7 @@ private:
             for (const int w : widths) sum += std::min(w, cap);
             return sum;
         };
+        if (widths.empty()) return false;
         const int widest = *std::max_element(widths.begin(), widths.end());
         if (total(widest) <= columns) return false;
         int cap = widest;

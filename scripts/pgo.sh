@@ -28,7 +28,6 @@ python3 bench/report_bench.py data 20000 >"$build/training.csv"
 python3 - <<'FORMULAS' | xargs -d '\n' -n 400 "$q" eval --var a=3 --var b=4 --var c=5 --var x=7 --var y=1 \
     --var qty=3 --var price=12.5 --var discount=0.1 --var "customer='Acme Ltd'" \
     --var "ordered='2014-03-05'" --var "shipped='2014-03-09'" >/dev/null
-import re
 formulas = ["1+2*3-4/5", "(1.5+2.25)*(3-4.5)/7", "a*b+c/2-sqrt(x)", "min(a,b)+max(c,x,y)", "sum(a,b,c,x,y)/5",
             "if(x>3 && y<2, 1, 0)", "left('report designer', 6) + '-' + toUpperCase(trim('  ab  '))",
             "formatDate(dateAddMonths('2014-11-15 10:20:30', 3), 'YYYY-MM-DD')", "RMB(1234.5) + englishNum(1234)"]
