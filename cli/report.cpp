@@ -196,7 +196,8 @@ private:
 // a later, wider cell widens its line only, so memory stays bounded.  A
 // table wider than the terminal (`columns`; 0: no limit) has its widest
 // columns narrowed until it fits, and every cell cut to its column, the
-// cut marked; a note on stderr tells how many cells lost text.
+// cut marked; a table that would not fit even so is shown a record at a
+// time, a line per column.  A note on stderr tells how many cells lost text.
 class TableOutput final : public Output {
 public:
     TableOutput(int columns, Language language) : m_columns(columns), m_language(language) {}
@@ -240,12 +241,18 @@ private:
         }
         out += '\n';
     }
+    // How the rows are shown: as they are, in narrowed columns, or a record
+    // at a time.
+    enum class Layout { Whole, Narrowed, Records };
+    // A column no narrower than this keeps enough of a value to tell it.
+    static constexpr int kNarrowest = 6;
+
     void Row(std::vector<std::string> row) {
         if (m_widths.empty()) {
             m_rows.push_back(std::move(row));
             if (m_rows.size() > kTableSample) PrintSample();
         } else {
-            Print(row);
+            PrintRow(row);
         }
     }
     void PrintSample() {
@@ -253,52 +260,77 @@ private:
         for (const auto& row : m_rows)
             for (size_t i = 0; i < row.size() && i < m_widths.size(); ++i)
                 m_widths[i] = std::max(m_widths[i], DisplayWidth(row[i]));
-        m_fitted = m_columns > 0 && Narrow(m_widths, m_columns);
-        Print(m_rows[0]);
-        std::string rule;
-        for (size_t i = 0; i < m_widths.size(); ++i) rule += (i ? "  " : "") + std::string(static_cast<size_t>(m_widths[i]), '-');
-        std::printf("%s\n", rule.c_str());
-        for (size_t r = 1; r < m_rows.size(); ++r) Print(m_rows[r]);
+        m_layout = m_columns > 0 ? Narrow(m_widths, m_columns) : Layout::Whole;
+        m_names = m_rows[0];
+        if (m_layout != Layout::Records) {
+            PrintRow(m_names);
+            std::string rule;
+            for (size_t i = 0; i < m_widths.size(); ++i) rule += (i ? "  " : "") + std::string(static_cast<size_t>(m_widths[i]), '-');
+            std::printf("%s\n", rule.c_str());
+        }
+        for (size_t r = 1; r < m_rows.size(); ++r) PrintRow(m_rows[r]);
         m_rows.clear();
     }
-    void Print(const std::vector<std::string>& row) {
+    void PrintRow(const std::vector<std::string>& row) {
+        if (m_layout == Layout::Records) return PrintRecord(row);
         std::string line;
         for (size_t i = 0; i < row.size(); ++i) {
             if (i) line += "  ";
-            const bool cut = m_fitted && i < m_widths.size() && DisplayWidth(row[i]) > m_widths[i];
-            const std::string& cell = cut ? FitWidth(row[i], m_widths[i]) : row[i];
-            m_cut += cut;
+            const std::string cell = Fitted(row[i], m_layout == Layout::Narrowed && i < m_widths.size() ? m_widths[i] : 0);
             line += cell;
             if (i + 1 < row.size() && i < m_widths.size())
                 line.append(static_cast<size_t>(std::max(0, m_widths[i] - DisplayWidth(cell))), ' ');
         }
         std::printf("%s\n", line.c_str());
     }
+    // "-[ record N ]" across the terminal, then each column's name and value.
+    void PrintRecord(const std::vector<std::string>& row) {
+        int nameWidth = 0;
+        for (const std::string& name : m_names) nameWidth = std::max(nameWidth, DisplayWidth(name));
+        const int valueWidth = std::max(kNarrowest, m_columns - nameWidth - 2);
+        std::string rule = "-[ record " + std::to_string(++m_records) + " ]";
+        rule.append(static_cast<size_t>(std::max(0, m_columns - DisplayWidth(rule))), '-');
+        std::printf("%s\n", rule.c_str());
+        for (size_t i = 0; i < row.size() && i < m_names.size(); ++i) {
+            std::string line = m_names[i];
+            line.append(static_cast<size_t>(nameWidth - DisplayWidth(m_names[i]) + 2), ' ');
+            line += Fitted(row[i], valueWidth);
+            std::printf("%s\n", line.c_str());
+        }
+    }
+    // `cell` cut to `width` columns when wider, counted (0: never cut).
+    std::string Fitted(const std::string& cell, int width) {
+        if (width <= 0 || DisplayWidth(cell) <= width) return cell;
+        ++m_cut;
+        return FitWidth(cell, width);
+    }
     // Lowers the widest columns to one common width, the largest with which
-    // the table fits in `columns`, though none below kNarrowest (a table of
-    // many columns may still be wider); false when it fits as it is.
-    static bool Narrow(std::vector<int>& widths, int columns) {
-        constexpr int kNarrowest = 6;
+    // the table fits in `columns`; a table that would need columns narrower
+    // than kNarrowest is left as it is, to be shown a record at a time.
+    static Layout Narrow(std::vector<int>& widths, int columns) {
         auto total = [&](int cap) {
             int sum = 2 * static_cast<int>(widths.size() - 1);
             for (const int w : widths) sum += std::min(w, cap);
             return sum;
         };
-        if (widths.empty()) return false;
+        if (widths.empty()) return Layout::Whole;
         const int widest = *std::max_element(widths.begin(), widths.end());
-        if (total(widest) <= columns) return false;
+        if (total(widest) <= columns) return Layout::Whole;
         int cap = widest;
         while (cap > kNarrowest && total(cap) > columns) --cap;
+        if (total(cap) > columns) return Layout::Records;
         for (int& w : widths) w = std::min(w, cap);
-        return true;
+        return Layout::Narrowed;
     }
     std::vector<std::vector<std::string>> m_rows;
+    std::vector<std::string> m_names;
     std::vector<int> m_widths;
     size_t m_cells = 0;
     const int m_columns;
     const Language m_language;
-    bool m_fitted = false;
+    Layout m_layout = Layout::Whole;
     long long m_cut = 0;
+    long long m_records = 0;
 };
 
 // One worker's engine: the report's columns over the batches it is given,

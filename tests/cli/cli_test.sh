@@ -66,6 +66,11 @@ COLUMNS=60 "$Q" report "$D/orders.csv" "$D/orders.formulas" --table >"$W/out" 2>
 cmp -s "$W/out" "$T/expected/orders.table60" || fail "report --table in 60 columns: $(diff "$W/out" "$T/expected/orders.table60" | head -5)"
 [ "$(wc -L <"$W/out")" -le 60 ] || fail "report --table in 60 columns: a line is $(wc -L <"$W/out") columns wide"
 grep -q '8 cells were cut to fit 60 columns; --csv' "$W/stderr" || fail "report --table: no note of the cut cells: $(head -1 "$W/stderr")"
+# Narrower than six columns a value, the table is shown a record at a time.
+COLUMNS=40 "$Q" report "$D/orders.csv" "$D/orders.formulas" --table >"$W/out" 2>"$W/stderr"
+cmp -s "$W/out" "$T/expected/orders.records40" || fail "report --table in 40 columns: $(diff "$W/out" "$T/expected/orders.records40" | head -5)"
+[ "$(wc -L <"$W/out")" -le 40 ] || fail "report --table in 40 columns: a line is $(wc -L <"$W/out") columns wide"
+grep -q '2 cells were cut to fit 40 columns' "$W/stderr" || fail "report records: no note of the cut cells: $(head -1 "$W/stderr")"
 COLUMNS=1000 "$Q" report "$D/orders.csv" "$D/orders.formulas" --table >"$W/out" 2>"$W/stderr"
 cmp -s "$W/out" "$T/expected/orders.table" || fail "report --table in 1000 columns should be the whole table"
 grep -q 'were cut' "$W/stderr" && fail "report --table in 1000 columns: nothing is cut"
