@@ -91,9 +91,14 @@ public:
         for (;;) {
             const int code = m_calc->Calculate(root, out, pending, 0, 0);
             if (code != CALC_NEED_NAME) return code;
-            const char16_t name = out.GetLength() == 1 ? out[0] : u'?';
-            m_calc->SetTermValue(root, pending, m_values[static_cast<size_t>(NameValue(name, i))]);
+            m_calc->SetTermValue(root, pending, ValueOf(out.Str(), i));
         }
+    }
+
+    // The value of a name in iteration `i`, as SetTermValue takes it.
+    const CString& ValueOf(std::u16string_view name, int i) const {
+        const char16_t letter = name.size() == 1 ? name[0] : u'?';
+        return m_values[static_cast<size_t>(NameValue(letter, i))];
     }
 
     // The result text of `root` after Drive, or what went wrong.
@@ -175,10 +180,9 @@ private:
 // it: the path of qorcalc report.
 class ReuseCalc : public Bench {
 public:
-    explicit ReuseCalc(const std::u16string& text) : m_values(16) {
+    explicit ReuseCalc(const std::u16string& text) {
         int pos = 0;
         m_compiled.reset(TheHost().Calc().Compile(text.c_str(), &pos));
-        for (int v = 0; v < 16; ++v) m_values[static_cast<size_t>(v)] = CString::FromUtf8(std::to_string(v));
     }
     ~ReuseCalc() override { CCalcNode::Release(m_spent); }
     void Run(int i) override {
@@ -193,15 +197,11 @@ public:
 private:
     // Names from the values of iteration `i`, as the plain host gives them.
     struct Names final : ICalcNames {
-        const std::vector<CString>* values = nullptr;
+        const Host* host = &TheHost();
         int i = 0;
-        const CString* Answer(std::u16string_view name) noexcept override {
-            const char16_t letter = name.size() == 1 ? name[0] : u'?';
-            return &(*values)[static_cast<size_t>(NameValue(letter, i))];
-        }
+        const CString* Answer(std::u16string_view name) noexcept override { return &host->ValueOf(name, i); }
     };
     int Calculate(int i) {
-        m_names.values = &m_values;
         m_names.i = i;
         m_spent = m_compiled->CloneReusing(m_spent);
         TheHost().Calc().SetNames(&m_names);
@@ -211,7 +211,6 @@ private:
     }
     std::unique_ptr<CCalcNode> m_compiled;
     CCalcNode* m_spent = nullptr;
-    std::vector<CString> m_values;
     Names m_names;
 };
 

@@ -190,6 +190,7 @@ private:
         out += ": ";
     }
     std::vector<std::string> m_names;
+    int m_nameWidth = 0;  // the widest name, for the record layout
 };
 
 // An aligned table for a terminal.  The first records decide the widths;
@@ -262,6 +263,7 @@ private:
                 m_widths[i] = std::max(m_widths[i], DisplayWidth(row[i]));
         m_layout = m_columns > 0 ? Narrow(m_widths, m_columns) : Layout::Whole;
         m_names = m_rows[0];
+        for (const std::string& name : m_names) m_nameWidth = std::max(m_nameWidth, DisplayWidth(name));
         if (m_layout != Layout::Records) {
             PrintRow(m_names);
             std::string rule;
@@ -285,15 +287,13 @@ private:
     }
     // "-[ record N ]" across the terminal, then each column's name and value.
     void PrintRecord(const std::vector<std::string>& row) {
-        int nameWidth = 0;
-        for (const std::string& name : m_names) nameWidth = std::max(nameWidth, DisplayWidth(name));
-        const int valueWidth = std::max(kNarrowest, m_columns - nameWidth - 2);
+        const int valueWidth = std::max(kNarrowest, m_columns - m_nameWidth - 2);
         std::string rule = "-[ record " + std::to_string(++m_records) + " ]";
         rule.append(static_cast<size_t>(std::max(0, m_columns - DisplayWidth(rule))), '-');
         std::printf("%s\n", rule.c_str());
         for (size_t i = 0; i < row.size() && i < m_names.size(); ++i) {
             std::string line = m_names[i];
-            line.append(static_cast<size_t>(nameWidth - DisplayWidth(m_names[i]) + 2), ' ');
+            line.append(static_cast<size_t>(m_nameWidth - DisplayWidth(m_names[i]) + 2), ' ');
             line += Fitted(row[i], valueWidth);
             std::printf("%s\n", line.c_str());
         }
@@ -324,6 +324,7 @@ private:
     }
     std::vector<std::vector<std::string>> m_rows;
     std::vector<std::string> m_names;
+    int m_nameWidth = 0;  // the widest name, for the record layout
     std::vector<int> m_widths;
     size_t m_cells = 0;
     const int m_columns;

@@ -63,22 +63,16 @@ bool IsOperatorWord(const CString& text) {
         default:
             if (first < 0x80) return false;
     }
-    if (text == u"&&" || text == u"||" || text == u"!") return true;
-    // The words compare as C strings do, up to a NUL, and a unit folds to
-    // one unit: only a text as long as the word can equal it.
-    switch (std::u16string_view(text.GetString()).size()) {
-        case 2:
-            return text.CompareNoCase(u"or") == 0;
-        case 3:
-            return text.CompareNoCase(u"and") == 0 || text.CompareNoCase(u"not") == 0;
-        default:
-            return false;
-    }
+    // The words compare as C strings do, up to a NUL.
+    const std::u16string_view word(text.GetString());
+    return text == u"&&" || text == u"||" || text == u"!" || support::EqualsNoCase(word, u"and") ||
+           support::EqualsNoCase(word, u"or") || support::EqualsNoCase(word, u"not");
 }
 
 // Whether `tok`, about to open a bracket, is the negation "not(" or "!(".
 bool IsNegationWord(const CString& text) {
-    return text == u"!" || (std::u16string_view(text.GetString()).size() == 3 && text.CompareNoCase(u"not") == 0);
+    // "!" is the whole text; "not" compares as a C string, up to a NUL.
+    return std::u16string_view(text.Str()) == u"!" || support::EqualsNoCase(std::u16string_view(text.GetString()), u"not");
 }
 
 // Adds a unit of a word or number to `tok`; false, taking nothing, when

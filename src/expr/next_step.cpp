@@ -3,6 +3,7 @@
 // and keeps it between steps, so each node is passed a bounded number of
 // times over a whole calculation.
 #include "expr/evaluate.h"
+#include "support/text.h"
 
 #include <vector>
 
@@ -16,14 +17,9 @@ CCalcNode* FirstChild(CCalcNode* node) {
     return children.empty() ? nullptr : children.front();
 }
 
-// An ASCII spelling is decided here; the case folding of any other (a
-// letter beyond ASCII may fold to "i") is CompareNoCase's.
 bool IsIfCall(CCalcNode* node) {
-    if (KindOf(node) != NodeFunction) return false;
-    const std::u16string& name = node->RawText().Str();
-    if (name.size() != 2) return false;
-    if (name[0] < 0x80 && name[1] < 0x80) return (name[0] | 0x20) == u'i' && (name[1] | 0x20) == u'f';
-    return node->RawText().CompareNoCase(u"IF") == 0;
+    return KindOf(node) == NodeFunction && node->RawText().GetLength() == 2 &&
+           support::EqualsNoCase(std::u16string_view(node->RawText().GetString()), u"if");
 }
 
 bool IsLiteral(CCalcNode* node) {

@@ -44,6 +44,19 @@ inline size_t FindFirstOf(std::u16string_view text, std::u16string_view set, siz
 char16_t towupper16(char16_t c);
 char16_t towlower16(char16_t c);
 bool iswalpha16(char16_t c);
+// Whether `text` equals `word`, a lower-case ASCII word, ignoring case as
+// wcsicmp16 folds: ASCII inline, any other unit through towlower16 (a
+// letter beyond ASCII may fold to an ASCII one), a unit to a unit, so only
+// a text as long as the word can equal it.
+inline bool EqualsNoCase(std::u16string_view text, std::u16string_view word) {
+    if (text.size() != word.size()) return false;
+    for (size_t i = 0; i < text.size(); ++i) {
+        const char16_t c = text[i];
+        const char16_t folded = c >= 0x80 ? towlower16(c) : (c >= u'A' && c <= u'Z') ? char16_t(c + 32) : c;
+        if (folded != word[i]) return false;
+    }
+    return true;
+}
 // The Unicode White_Space characters, never the locale's: white space
 // decides where a number text starts and ends.  Inline for the paths that
 // trim every number text.
