@@ -32,6 +32,9 @@ TEST_F(BuiltinsMath, Results) {
         // A failure quotes the arguments as handed over, not as normalising left them.
         {"round", {"2.50", "10"}, "E1004:round(2.50, 10)"}, {"sum", {"1.50", "x"}, "E1004:sum(1.50, x)"},
         {"pow", {"-8.0", "0.5"}, "E1004:pow(-8.0, 0.5)"}, {"exp", {"1000.0"}, "E1004:exp(1000.0)"},
+        {"sum", {"1", "2.50", "x"}, "E1004:sum(1, 2.50, x)"},
+        {"sum", {"2.50", "1234567890123456789"}, "E1004:sum(2.50, 1234567890123456789)"},
+        {"sum", {"123456789012345678", "1.0"}, "123456789012345680"},
         // percent: digits clamped to 0..7, the text result quoted.
         {"percent", {"0.125", "9"}, "'12.5000000%'"}, {"percent", {"0.125", "-2"}, "'13%'"},
         {"percent", {"0.5"}, "'50%'"}, {"percent", {"0.12345", "2"}, "'12.35%'"}, {"percent", {}, "E1003:percent()"},

@@ -21,14 +21,13 @@ void CFuncPara::SetResult(int n) { CUtilityCalc::Int64Str(m_strResult, n); }
 
 namespace {
 
-// Rewrites a number text in its canonical form.  0 for a text the number
-// reader does not take whole ("12abc", "x", "+5"), for one without a digit
-// before its exponent ("-", "."; a blank text reads as 0), or whose integer
-// part is too long to keep as a number.  Only the mantissa of a number with
-// an exponent is rewritten: the zeros of 1.50e10 belong to the exponent.
-int NormaliseNumber(CString& text) {
-    // A text already in number form stays as it is; only its length counts.
-    if (const int fits = qorcalc::util::MeasureNumberForm(text.Str()); fits >= 0) return fits;
+// Rewrites a text that is not in number form (MeasureNumberForm gave -1) in
+// its canonical form.  0 for a text the number reader does not take whole
+// ("12abc", "x", "+5"), for one without a digit before its exponent ("-",
+// "."; a blank text reads as 0), or whose integer part is too long to keep
+// as a number.  Only the mantissa of a number with an exponent is
+// rewritten: the zeros of 1.50e10 belong to the exponent.
+int RewriteNumber(CString& text) {
     if (!CUtilityCalc::IsConvertAbleNumberString(text, 1)) return 0;
     const int exponent = text.FindOneOf(u"eE");
     CString mantissa = exponent < 0 ? text : text.Left(exponent);
@@ -39,18 +38,31 @@ int NormaliseNumber(CString& text) {
     return 1;
 }
 
+// A text already in number form stays as it is; only its length counts.
+int NormaliseNumber(CString& text) {
+    const int fits = qorcalc::util::MeasureNumberForm(text.Str());
+    return fits >= 0 ? fits : RewriteNumber(text);
+}
+
 }  // namespace
 
 int CFuncPara::ResetDoubleString(int bArgs) {
     return Shielded(u"CFuncPara::ResetDoubleString", 0, [&]() -> int {
         if (!bArgs) return NormaliseNumber(m_strResult);
-        // The call this record is for fails with its arguments as given.
-        qorcalc::func::KeepArguments(*this);
         for (CString& arg : m_arrParas) {
-            // Normalised on a copy, so that an argument that fails stays as the
-            // caller gave it.
+            // Most arguments are in number form already: they are neither
+            // copied nor kept, as nothing of them changes.
+            if (const int fits = qorcalc::util::MeasureNumberForm(arg.Str()); fits >= 0) {
+                if (!fits) return 0;
+                continue;
+            }
+            // The call this record is for fails with its arguments as given,
+            // kept before the first of them changes.
+            qorcalc::func::KeepArguments(*this);
+            // Rewritten on a copy, so that an argument that fails stays as
+            // the caller gave it.
             CString number = arg;
-            if (!NormaliseNumber(number)) return 0;
+            if (!RewriteNumber(number)) return 0;
             arg = number;
         }
         return 1;
