@@ -338,6 +338,8 @@ TEST(Calculator, SpacingOfLogicalOperators) {
         {"\"q'||\"||1", "\"q'||\" || 1"},
         // the blank before a pair is looked for in the text as it grows
         {"a&&&&b", "a && && b"},    {"a&&||b", "a && || b"},
+        // spaced text stays; an unclosed quote runs to the end
+        {"x > 3 && y < 2", "x > 3 && y < 2"}, {"a||'b||c", "a || 'b||c"}, {"&&a", "&& a"}, {"a&&", "a &&"},
     };
     for (const auto& c : cases) {
         CString text = CString::FromUtf8(c.in);

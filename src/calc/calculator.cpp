@@ -80,29 +80,37 @@ void JoinCall(CString& out, const CFuncPara& para) {
 }  // namespace
 
 void SpaceLogicalOperators(CString& text) {
-    if (text.FindOneOf(u"|&") < 0) return;
     const std::u16string& in = text.Str();
+    // The spaced text is built only once a blank must go in (a formula
+    // written "x > 3 && y < 2" stays as it is); in[0, copied) is in it.
     std::u16string out;
-    out.reserve(in.size() + 8);
-    char16_t quote = 0;
-    for (size_t i = 0; i < in.size(); ++i) {
+    size_t copied = 0;
+    // The last character of the growing text: a blank just put after an
+    // earlier pair counts.
+    const auto last = [&](size_t i) -> char16_t { return i > copied ? in[i - 1] : out.empty() ? 0 : out.back(); };
+    constexpr std::u16string_view kStops = u"|&\"'";
+    for (size_t i = support::FindFirstOf(in, kStops); i < in.size(); i = support::FindFirstOf(in, kStops, i + 1)) {
         const char16_t c = in[i];
-        if (quote) {
-            if (c == quote) quote = 0;
-        } else if (c == u'"' || c == u'\'') {
-            quote = c;
-        } else if ((c == u'|' || c == u'&') && i + 1 < in.size() && in[i + 1] == c) {
-            // The character before the pair is that of the growing text: a
-            // blank just put after an earlier pair counts.
-            if (!out.empty() && out.back() != u' ') out += u' ';
-            out += c;
-            out += c;
-            if (i + 2 < in.size() && in[i + 2] != u' ') out += u' ';
+        if (c == u'"' || c == u'\'') {
+            // A quoted stretch is passed over whole; an unclosed one runs to the end.
+            i = in.find(c, i + 1);
+            if (i == std::u16string::npos) break;
+        } else if (i + 1 < in.size() && in[i + 1] == c) {
+            const bool before = last(i) != 0 && last(i) != u' ';
+            const bool after = i + 2 < in.size() && in[i + 2] != u' ';
+            if (before || after) {
+                if (out.empty()) out.reserve(in.size() + 8);
+                out.append(in, copied, i - copied);
+                if (before) out += u' ';
+                out.append(2, c);
+                if (after) out += u' ';
+                copied = i + 2;
+            }
             ++i;
-            continue;
         }
-        out += c;
     }
+    if (copied == 0) return;
+    out.append(in, copied);
     text.Str().swap(out);
 }
 
@@ -147,9 +155,11 @@ int CCalc::Parse(CCalcNode* root, CString& text, int& errorPos, uint32_t& messag
     CVek::Error(nullptr);
     CUIntArray starts, ends;
     // Most formulas hold neither quotes nor "||" and "&&": one look tells.
-    if (support::FindFirstOf(text.Str(), u"|&\"'") != std::u16string_view::npos) {
+    if (const size_t first = support::FindFirstOf(text.Str(), u"|&\"'"); first != std::u16string_view::npos) {
         SpaceLogicalOperators(text);
-        CVek::FindQuotes(text, starts, ends, u"\"'", 0);
+        // Spacing adds no quote, and no character before `first`.
+        if (support::FindFirstOf(text.Str(), u"\"'", first) != std::u16string_view::npos)
+            CVek::FindQuotes(text, starts, ends, u"\"'", 0);
     }
     int pos = 0;
     ConvertError error;
