@@ -121,12 +121,18 @@ double ParseScanned(const char* first, const char* last) {
     return ec == std::errc() ? value : 0.0;
 }
 
-// Removes trailing "0"s of a text with a ".", then a "." left at the end.
-void DropFractionZeros(std::u16string& s) {
-    if (s.find(u'.') == std::u16string::npos) return;
-    s.erase(s.find_last_not_of(u'0') + 1);
-    if (!s.empty() && s.back() == u'.') s.pop_back();
+// The end of the number text [first, last) without the trailing zeros of
+// its fraction, and without its point when they were the whole fraction.
+template <class Char>
+Char* FractionZerosDropped(Char* first, Char* last) {
+    if (std::find(first, last, Char('.')) == last) return last;
+    while (last != first && last[-1] == Char('0')) --last;
+    if (last != first && last[-1] == Char('.')) --last;
+    return last;
 }
+
+// Removes trailing "0"s of a text with a ".", then a "." left at the end.
+void DropFractionZeros(std::u16string& s) { s.resize(FractionZerosDropped(s.data(), s.data() + s.size()) - s.data()); }
 
 void DropTrailingZeros(std::u16string& digits) { digits.erase(digits.find_last_not_of(u'0') + 1); }
 
@@ -156,6 +162,12 @@ int DecimalDigits(uint64_t value) {
     int digits = 1;
     for (; value >= 10; value /= 10) ++digits;
     return digits;
+}
+
+// The decimals a number below kWholeOnly is written with before its
+// rounding: what its 15 significant digits leave, at most 8.
+int FixedPrecision(double a) {
+    return std::clamp(kSignificantDigits - DecimalDigits(static_cast<uint64_t>(a)), 0, kMaxWrittenDecimals);
 }
 
 // `a` (at most 15 integer digits, so that a * 10^precision stays within
@@ -286,12 +298,19 @@ void CUtilityCalc::Double2Str(CString& out, double value, int decimals) {
         const int n = std::min(decimals, kMaxWrittenDecimals);
         // 309 integer digits for the largest double, plus the point and 8 decimals.
         char buf[400];
-        if (decimals < 0 && a < kWholeOnly && a == std::trunc(a)) {
-            // A whole number as it is: what the rounding below would leave of
-            // its fixed-point text is its digits, so they are written at once.
-            const auto digits = std::to_chars(buf, buf + sizeof buf, static_cast<uint64_t>(a));
-            AssignWidened(out, buf, digits.ptr);
-            if (value < 0) out.Insert(0, u'-');
+        if (decimals < 0 && a < kWholeOnly) {
+            // Asked for as it is, the text is finished here, with its sign,
+            // and widened once: a short one needs no storage of its own.  A
+            // whole number is its digits (what rounding would leave of its
+            // fixed-point text); any other has at most 15 digits, fewer than
+            // rounding keeps, so only its fraction's trailing zeros go.
+            char* const first = buf + 1;
+            char* const last =
+                a == std::trunc(a) ? std::to_chars(first, buf + sizeof buf, static_cast<uint64_t>(a)).ptr
+                                   : FractionZerosDropped(first, WriteFixed(first, buf + sizeof buf, a, FixedPrecision(a)));
+            // The sign follows the value, not the text: -0.0000000000000001 is "-0".
+            if (value < 0) buf[0] = '-';
+            AssignWidened(out, value < 0 ? buf : first, last);
             return;
         }
         if (a >= kWholeOnly) {
@@ -302,16 +321,8 @@ void CUtilityCalc::Double2Str(CString& out, double value, int decimals) {
                 out += CString(u'0', n);
             }
         } else {
-            const int integerDigits = DecimalDigits(static_cast<uint64_t>(a));
-            const int precision = std::clamp(kSignificantDigits - integerDigits, 0, kMaxWrittenDecimals);
-            AssignWidened(out, buf, WriteFixed(buf, buf + sizeof buf, a, precision));
-            // Asked for as it is, the text has at most 15 digits, fewer than
-            // rounding keeps: only its fraction's trailing zeros go.
-            if (decimals < 0) {
-                DropFractionZeros(out.Str());
-            } else {
-                RoundStr(out, n);
-            }
+            AssignWidened(out, buf, WriteFixed(buf, buf + sizeof buf, a, FixedPrecision(a)));
+            RoundStr(out, n);
         }
         // The sign follows the value, not the rounded text: -0.001 to 2 decimals is "-0.00".
         if (value < 0) out.Insert(0, u'-');
