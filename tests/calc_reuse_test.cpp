@@ -6,11 +6,14 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <iterator>
 #include <memory>
+#include <new>
 #include <string>
 #include <thread>
 
+#include "allocations.h"
 #include "expr/tree.h"
 #include "test_provider.h"
 
@@ -117,6 +120,82 @@ TEST(CalcReuse, AHostsOwnNodesAreDeletedNotReused) {
         // Nodes made after it are plain ones.
         root.reset(calc->Compile(u"abs(1)+2", &pos));
         EXPECT_EQ(Answered(*calc, root.get()), "3");
+    }
+}
+
+// A node class of the host's own with members of its own: a size other
+// than the engine's nodes.
+class LabelledNode : public CCalcNode {
+public:
+    using CCalcNode::CCalcNode;
+    std::string label = "a label longer than a short string keeps in place";
+    double padding[3] = {};
+};
+
+// Nodes a host makes with any form of new, of the engine's class or its own,
+// live beside the engine's recycling of deleted roots: each is a whole node
+// until the host deletes it, and is freed as it was allocated (the
+// sanitizer builds check every pair).
+TEST(CalcReuse, AHostMakesNodesWithEveryFormOfNew) {
+    TestProvider provider;
+    std::unique_ptr<ICalc> calc(NewCalc(nullptr, nullptr));
+    for (int round = 0; round < 3; ++round) {
+        int pos = -1;
+        // Deleted roots leave memory behind for the nodes made next.
+        for (int i = 0; i < 3; ++i) delete calc->Compile(u"max(1, 2) + 3", &pos);
+        std::unique_ptr<CCalcNode> plain(new CCalcNode(nullptr, NodeNumber));
+        std::unique_ptr<CCalcNode> nothrow(new (std::nothrow) CCalcNode(nullptr, NodeNumber));
+        std::unique_ptr<CCalcNode> seven(new SevenNode(nullptr, NodeNumber));
+        std::unique_ptr<LabelledNode> labelled(new LabelledNode(nullptr, NodeNumber));
+        alignas(CCalcNode) unsigned char room[sizeof(CCalcNode)];
+        CCalcNode* placed = new (room) CCalcNode(nullptr, NodeNumber);
+        ASSERT_TRUE(nothrow);
+        const std::pair<CCalcNode*, const char*> nodes[] = {
+            {plain.get(), "1"}, {nothrow.get(), "2"}, {seven.get(), "3"}, {labelled.get(), "4"}, {placed, "5"}};
+        for (int i = 0; i < 5; ++i) nodes[i].first->SetNumber(i + 1, 0);
+        for (const auto& [node, want] : nodes) {
+            CString text;
+            node->GetText(text, 0);
+            EXPECT_EQ(text.ToUtf8(), want);
+        }
+        EXPECT_EQ(seven->GetNumber(), 7);
+        EXPECT_EQ(labelled->label, "a label longer than a short string keeps in place");
+        placed->~CCalcNode();
+        // The engine's trees are built as before between the host's nodes.
+        std::unique_ptr<CCalcNode> root(calc->Compile(u"abc * 2 + round(xy / 3, 2)", &pos));
+        EXPECT_EQ(Answered(*calc, root.get()), "6.67");
+    }
+}
+
+// A host that compiles or clones a formula, calculates it and deletes the
+// root, over and over, allocates nothing once its thread has done it a few
+// times (its kept nodes gather the children storage their trees need): the
+// deleted root's memory and children storage make the next root.  The
+// results are short enough to need no storage of their own.
+TEST(CalcReuse, DeletedRootsMakeTheNextRootsWithoutAllocating) {
+    TestProvider provider;
+    std::unique_ptr<ICalc> calc(NewCalc(nullptr, nullptr));
+    const char16_t* const formulas[] = {u"1+2*3-4/5", u"(1.5+2.25)*(3-4.5)/6", u"min(a,b)+max(c,xy,z)",
+                                        u"sum(a,b,c,xy,z)/5", u"if(xy>3 && z<2, 1, 0)"};
+    for (const char16_t* formula : formulas) {
+        int pos = -1;
+        const std::unique_ptr<CCalcNode> compiled(calc->Compile(formula, &pos));
+        ASSERT_TRUE(compiled);
+        const std::string want = Answered(*calc, std::unique_ptr<CCalcNode>(compiled->Clone()).get());
+        const auto compileCalcDelete = [&] {
+            const std::unique_ptr<CCalcNode> root(calc->Compile(formula, &pos));
+            return Answered(*calc, root.get());
+        };
+        const auto cloneCalcDelete = [&] {
+            const std::unique_ptr<CCalcNode> root(compiled->Clone());
+            return Answered(*calc, root.get());
+        };
+        for (const auto& cycle : {std::function<std::string()>(compileCalcDelete), std::function<std::string()>(cloneCalcDelete)}) {
+            for (int i = 0; i < 20; ++i) EXPECT_EQ(cycle(), want);  // the thread's first times
+            const long before = testing_allocations::Count();
+            for (int i = 0; i < 5; ++i) EXPECT_EQ(cycle(), want);
+            EXPECT_EQ(testing_allocations::Count() - before, 0) << CString(formula).ToUtf8();
+        }
     }
 }
 

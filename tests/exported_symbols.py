@@ -153,6 +153,8 @@ def strip_templates(text):
 def qualified_name(demangled):
     """The qualified name of a function symbol: "A::B::f" from "A::B::f(int) const"."""
     text = strip_templates(re.sub(r"\[abi:\w+\]", "", demangled))
+    # "operator new" as the headers' names are read: without the blank.
+    text = re.sub(r"\boperator\s+(new|delete)\b", r"operator\1", text)
     match = re.match(r"^(?:.*\s)?((?:\w+::)*(?:operator\s*(?:\(\)|[^\s(]+)|~?\w+))\(", text)
     return match.group(1) if match else None
 

@@ -3,8 +3,8 @@
 // what it was filling and records the failure, and no exception reaches the
 // caller.
 //
-// Allocation failures are injected by a replacement of the global operator
-// new that fails the n-th allocation of this thread once armed.  Each routine
+// Allocation failures are injected by the test program's global operator
+// new, which fails the n-th allocation of this thread once armed.  Each routine
 // is run with n = 1, 2, ... until it gets through without meeting the
 // failure, so every allocation it makes is made to fail once.
 #include <gtest/gtest.h>
@@ -21,50 +21,14 @@
 #include <qorcalc/vek.h>
 #include <qorcalc/window.h>
 
-#include <cstdlib>
 #include <functional>
 #include <memory>
 #include <new>
 #include <string>
 #include <vector>
 
+#include "allocations.h"
 #include "test_provider.h"
-
-namespace {
-
-thread_local long t_failAt = 0;  // the allocation to fail, counting down; 0: none
-thread_local bool t_failed = false;
-
-}  // namespace
-
-void* operator new(std::size_t size) {
-    if (t_failAt > 0 && --t_failAt == 0) {
-        t_failed = true;
-        throw std::bad_alloc();
-    }
-    if (void* p = std::malloc(size ? size : 1)) return p;
-    throw std::bad_alloc();
-}
-// Every form is replaced, so that all memory of the program is malloc's and
-// every delete matches its new (the sanitizers check the pairs).
-void* operator new[](std::size_t size) { return operator new(size); }
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-    try {
-        return operator new(size);
-    } catch (const std::bad_alloc&) {
-        return nullptr;
-    }
-}
-void* operator new[](std::size_t size, const std::nothrow_t& tag) noexcept { return operator new(size, tag); }
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wmismatched-new-delete"
-void operator delete(void* p) noexcept { std::free(p); }
-void operator delete(void* p, std::size_t) noexcept { std::free(p); }
-void operator delete[](void* p) noexcept { std::free(p); }
-void operator delete[](void* p, std::size_t) noexcept { std::free(p); }
-void operator delete(void* p, const std::nothrow_t&) noexcept { std::free(p); }
-void operator delete[](void* p, const std::nothrow_t&) noexcept { std::free(p); }
-#pragma GCC diagnostic pop
 
 namespace {
 
@@ -73,9 +37,9 @@ long g_failNth = 0;
 // Runs `call` with the n-th allocation set to fail.
 template <class Call>
 auto Armed(Call call) {
-    t_failAt = g_failNth;
+    testing_allocations::FailNth(g_failNth);
     struct Disarm {
-        ~Disarm() { t_failAt = 0; }
+        ~Disarm() { testing_allocations::FailNth(0); }
     } disarm;
     return call();
 }
@@ -391,10 +355,10 @@ TEST(ToolboxGuard, EveryAllocationFailureEndsInTheFailureValue) {
         for (g_failNth = 1; !done && g_failNth < 200; ++g_failNth) {
             SCOPED_TRACE(g_failNth);
             CVek::Error(nullptr);
-            t_failed = false;
+            testing_allocations::ForgetFailure();
             std::string shown;
             EXPECT_NO_THROW(shown = c.run());
-            if (!t_failed) {
+            if (!testing_allocations::FailureMet()) {
                 // Past the routine's last allocation: it works as usual.
                 EXPECT_NE(shown, c.failed);
                 EXPECT_EQ(CString(CVek::GetLastError()).GetLength(), 0);

@@ -28,7 +28,8 @@
 // with one, keeps it for the next tree on the same thread (children storage
 // and short texts included) instead of freeing it.  Only nodes of exactly
 // this class are kept, and every kept node is an ordinary heap object, so a
-// host may still make nodes with new and delete any node it owns.
+// host may still make nodes with new and delete any node it owns; the
+// memory of a node deleted whole serves the thread's next node.
 //
 // No member throws.  On exhausted memory Clone gives null, Add and
 // CountFunctions -1, SetText, SetLiteral, ClassifyToken and GetFunctionCall
@@ -44,7 +45,9 @@
 #include <qorcalc/limits.h>
 #include <qorcalc/string.h>
 
+#include <cstddef>
 #include <cstdint>
+#include <new>
 #include <string_view>
 #include <vector>
 
@@ -120,6 +123,17 @@ class QORCALC_API CCalcNode : public ICalcNode {
 public:
     explicit CCalcNode(CCalcNode* parent, uint8_t kind = NodeEmpty);
     ~CCalcNode() override;
+    // A node deleted whole (a root its host deletes) leaves its memory to
+    // the next node its thread makes with new, within the bound of kept
+    // nodes, and its children storage to the next root.  Memory of another
+    // size (a host's own node class with members of its own) is the global
+    // allocator's.  The nothrow and placement forms are the usual ones.
+    static void* operator new(std::size_t size);
+    static void* operator new(std::size_t size, const std::nothrow_t&) noexcept;
+    static void* operator new(std::size_t, void* where) noexcept { return where; }
+    static void operator delete(void* block, std::size_t size) noexcept;
+    static void operator delete(void* block, const std::nothrow_t&) noexcept;
+    static void operator delete(void*, void*) noexcept {}
     CCalcNode(const CCalcNode&) = delete;
     CCalcNode& operator=(const CCalcNode&) = delete;
 
@@ -237,6 +251,11 @@ public:
     // A node of the engine's own: one let go of earlier on this thread when
     // there is one, else a new one; as `new CCalcNode(parent, kind)` would be.
     QORCALC_LOCAL static CCalcNode* Make(CCalcNode* parent, uint8_t kind = NodeEmpty);
+    // Make for a root (`spares`: the thread's, null for none): in the memory
+    // and with the children storage of a root deleted before when there is
+    // one, so that a host deleting each root it is done with and building
+    // the next one allocates nothing for it.
+    QORCALC_LOCAL static CCalcNode* MakeRoot(qorcalc::expr::CThreadSpares* spares, uint8_t kind);
 
     // 1 once the node's tree has let go of it.
     int IsDead() const { return m_bDead; }
@@ -257,6 +276,9 @@ private:
     QORCALC_LOCAL static void DeleteChildren(std::vector<CCalcNode*>& children);
     // Lets go of the children, and of the tree when this is its root.
     QORCALC_LOCAL void LetGoOfSubtree();
+    // Keeps the emptied children storage of a node being deleted for the
+    // thread's next root.
+    QORCALC_LOCAL void HandOnChildrenStorage();
     // Frees a childless node no parent holds, or keeps it with the thread's
     // spares (null: none) for Make.
     QORCALC_LOCAL static void Free(CCalcNode* node, qorcalc::expr::CThreadSpares* spares);

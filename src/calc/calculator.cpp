@@ -131,7 +131,7 @@ CCalcNode* CCalc::Compile(const char16_t* text, int* errorPos) {
     int& pos = errorPos ? *errorPos : localPos;
     // Owned until it is handed over: a provider that throws while a failure
     // is reported must not leak the half-built tree.
-    std::unique_ptr<CCalcNode> root(CCalcNode::Make(nullptr, NodeRoot));
+    std::unique_ptr<CCalcNode> root(CCalcNode::MakeRoot(expr::ThreadSpares(), NodeRoot));
     CCalcTree::Of(root.get());  // the root keeps its calculation's state from the start
     uint32_t messageId = 0;
     // The formula is worked on in this thread's spare text, whose storage

@@ -6,6 +6,7 @@
 #include <qorcalc/utility.h>
 #include <qorcalc/vek.h>
 
+#include <cstring>
 #include <memory>
 #include <new>
 #include <typeinfo>
@@ -24,7 +25,63 @@ CCalcNode::CCalcNode(CCalcNode* parent, uint8_t kind)
     if (m_pTree) m_pTree->CountNode();
 }
 
-CCalcNode::~CCalcNode() { LetGoOfSubtree(); }
+CCalcNode::~CCalcNode() {
+    LetGoOfSubtree();
+    HandOnChildrenStorage();
+}
+
+// A node deleted whole leaves its emptied children storage to the next root
+// its thread builds, when it is small enough to keep and the larger.
+void CCalcNode::HandOnChildrenStorage() {
+    qorcalc::expr::CThreadSpares* const spares = qorcalc::expr::t_spares;
+    if (spares && m_children.capacity() <= qorcalc::expr::kMaxKeptChildren &&
+        m_children.capacity() > spares->rootChildren.capacity())
+        spares->rootChildren.swap(m_children);
+}
+
+namespace {
+
+// A kept block of this thread for a node of `size`, or null.  Read, not
+// made: a thread that never let go of a node keeps no blocks.
+void* TakeBlock(std::size_t size) {
+    qorcalc::expr::CThreadSpares* const spares = qorcalc::expr::t_spares;
+    if (size != sizeof(CCalcNode) || !spares || !spares->blocks) return nullptr;
+    void* const block = spares->blocks;
+    std::memcpy(&spares->blocks, block, sizeof(void*));
+    --spares->nodeCount;
+    return block;
+}
+
+// Keeps the memory of a node deleted whole; false when it is to be freed
+// (another size, no room, or the thread's spares gone).
+bool KeepBlock(void* block, std::size_t size) {
+    qorcalc::expr::CThreadSpares* const spares = qorcalc::expr::t_spares;
+    if (!block || size != sizeof(CCalcNode) || !spares ||
+        spares->nodeCount >= static_cast<size_t>(CALC_MAX_KEPT_NODES))
+        return false;
+    std::memcpy(block, &spares->blocks, sizeof(void*));
+    spares->blocks = block;
+    ++spares->nodeCount;
+    return true;
+}
+
+}  // namespace
+
+void* CCalcNode::operator new(std::size_t size) {
+    if (void* block = TakeBlock(size)) return block;
+    return ::operator new(size);
+}
+
+void* CCalcNode::operator new(std::size_t size, const std::nothrow_t&) noexcept {
+    if (void* block = TakeBlock(size)) return block;
+    return ::operator new(size, std::nothrow);
+}
+
+void CCalcNode::operator delete(void* block, std::size_t size) noexcept {
+    if (!KeepBlock(block, size)) ::operator delete(block, size);
+}
+
+void CCalcNode::operator delete(void* block, const std::nothrow_t&) noexcept { ::operator delete(block); }
 
 void CCalcNode::LetGoOfSubtree() {
     CCalcTree* owned = m_pTree && m_pTree->Root() == this ? m_pTree : nullptr;
@@ -65,6 +122,10 @@ CThreadSpares::~CThreadSpares() {
         node = next;
     }
     for (CCalcTree* tree : trees) delete tree;
+    while (void* block = blocks) {
+        std::memcpy(&blocks, block, sizeof(void*));
+        ::operator delete(block, sizeof(CCalcNode));
+    }
 }
 
 constinit thread_local CThreadSpares* t_spares = nullptr;
@@ -187,7 +248,8 @@ inline void CCalcNode::CopyFieldsOf(const CCalcNode& source) {
 CCalcNode* CCalcNode::Clone() {
     return Shielded(u"CCalcNode::Clone", static_cast<CCalcNode*>(nullptr), [&] {
         qorcalc::expr::CThreadSpares* const spares = qorcalc::expr::ThreadSpares();
-        std::unique_ptr<CCalcNode> copy(MakeCopyOf(spares, nullptr, nullptr, *this));
+        std::unique_ptr<CCalcNode> copy(MakeRoot(spares, m_kind));
+        copy->CopyFieldsOf(*this);
         copy->m_text = m_text;
         // The copy of a compiled root is given its tree now, so that its
         // nodes join the tree as they are made rather than in a walk of

@@ -7,7 +7,8 @@
 // its thread has done it before.  Invariants:
 //   - every node and tree kept here is an ordinary heap object of exactly its
 //     engine class, childless, of no tree, and found nowhere else (a kept
-//     node's parent pointer links it to the next kept node);
+//     node's parent pointer links it to the next kept node); every kept
+//     block is memory of the global allocator of a node's size, no object's;
 //   - what is kept is bounded (CALC_MAX_KEPT_NODES, CALC_MAX_KEPT_TREES, and
 //     the storage limits below), so a thread that once calculated a large
 //     tree does not hold on to it;
@@ -42,7 +43,14 @@ struct CThreadSpares {
     // The kept nodes, a stack linked through their parent pointers (a kept
     // node has no parent of its own), so that keeping one never allocates.
     CCalcNode* nodes = nullptr;
+    // The memory of nodes deleted whole, linked through its first word, for
+    // the next node made with new.
+    void* blocks = nullptr;
+    // Kept nodes and blocks together, at most CALC_MAX_KEPT_NODES.
     size_t nodeCount = 0;
+    // The children storage of the last node deleted whole (a root its host
+    // deletes), emptied, for the next root the thread builds.
+    std::vector<CCalcNode*> rootChildren;
     std::vector<CCalcTree*> trees;
 };
 

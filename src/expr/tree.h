@@ -160,3 +160,10 @@ inline CCalcNode* CCalcNode::Make(qorcalc::expr::CThreadSpares* spares, CCalcNod
 inline CCalcNode* CCalcNode::Make(CCalcNode* parent, uint8_t kind) {
     return Make(qorcalc::expr::ThreadSpares(), parent, kind);
 }
+
+inline CCalcNode* CCalcNode::MakeRoot(qorcalc::expr::CThreadSpares* spares, uint8_t kind) {
+    CCalcNode* root = spares && spares->blocks ? new CCalcNode(nullptr, kind) : Make(spares, nullptr, kind);
+    if (spares && spares->rootChildren.capacity() > root->m_children.capacity())
+        root->m_children.swap(spares->rootChildren);
+    return root;
+}
