@@ -33,10 +33,10 @@ CCalcNode::~CCalcNode() {
 // A node deleted whole leaves its emptied children storage to the next root
 // its thread builds, when it is small enough to keep and the larger.
 void CCalcNode::HandOnChildrenStorage() {
+    const size_t capacity = m_children.capacity();
+    if (capacity == 0 || capacity > qorcalc::expr::kMaxKeptChildren) return;  // most nodes are leaves
     qorcalc::expr::CThreadSpares* const spares = qorcalc::expr::t_spares;
-    if (spares && m_children.capacity() <= qorcalc::expr::kMaxKeptChildren &&
-        m_children.capacity() > spares->rootChildren.capacity())
-        spares->rootChildren.swap(m_children);
+    if (spares && capacity > spares->rootChildren.capacity()) spares->rootChildren.swap(m_children);
 }
 
 namespace {
@@ -82,6 +82,15 @@ void CCalcNode::operator delete(void* block, std::size_t size) noexcept {
 }
 
 void CCalcNode::operator delete(void* block, const std::nothrow_t&) noexcept { ::operator delete(block); }
+
+// The array ends empty with its storage kept.  Inline: every node deleted
+// passes here, most of them without children.
+inline void CCalcNode::DeleteChildren(std::vector<CCalcNode*>& children) {
+    if (children.empty()) return;
+    qorcalc::expr::CThreadSpares* const spares = qorcalc::expr::ThreadSpares();
+    for (CCalcNode* child : children) DiscardWith(child, spares);
+    children.clear();
+}
 
 void CCalcNode::LetGoOfSubtree() {
     CCalcTree* owned = m_pTree && m_pTree->Root() == this ? m_pTree : nullptr;
@@ -161,7 +170,7 @@ inline CCalcNode* CCalcNode::MakeCopyOf(qorcalc::expr::CThreadSpares* spares, st
     CCalcNode* node = TakeReusable(reused);
     if (!node) node = qorcalc::expr::TakeSpare(spares);
     if (node) node->Join(parent);
-    else node = new CCalcNode(parent, source.m_kind);
+    else node = qorcalc::expr::NewNode(spares, parent, source.m_kind);
     node->CopyFieldsOf(source);
     return node;
 }
@@ -216,14 +225,6 @@ void CCalcNode::DiscardWith(CCalcNode* node, qorcalc::expr::CThreadSpares* spare
 // keeps its nodes, else freed (or kept for Make).
 void CCalcNode::LetGo(CCalcNode* node, qorcalc::expr::CThreadSpares* spares) {
     if (!RetireIfKept(node)) Free(node, spares);
-}
-
-// The array ends empty with its storage kept.
-void CCalcNode::DeleteChildren(std::vector<CCalcNode*>& children) {
-    if (children.empty()) return;
-    qorcalc::expr::CThreadSpares* const spares = qorcalc::expr::ThreadSpares();
-    for (CCalcNode* child : children) DiscardWith(child, spares);
-    children.clear();
 }
 
 // The text is copied first: without memory for it the node is left as it was.

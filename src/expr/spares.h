@@ -83,9 +83,15 @@ inline void CCalcNode::EmptyForReuse() {
 
 inline void CCalcNode::Keep(CCalcNode* node, qorcalc::expr::CThreadSpares* spares) {
     // A host's own node class keeps its own behaviour: only plain nodes are reused.
-    if (!spares || spares->nodeCount >= static_cast<size_t>(CALC_MAX_KEPT_NODES) ||
-        typeid(*node) != typeid(CCalcNode)) {
+    if (typeid(*node) != typeid(CCalcNode)) {
         delete node;
+        return;
+    }
+    if (!spares || spares->nodeCount >= static_cast<size_t>(CALC_MAX_KEPT_NODES)) {
+        // Nor could its memory be kept: it goes straight back (every node of
+        // a tree past the bound passes here).
+        node->~CCalcNode();
+        ::operator delete(node, sizeof(CCalcNode));
         return;
     }
     node->m_pTree = nullptr;

@@ -139,6 +139,13 @@ inline void CCalcNode::Join(CCalcNode* parent) {
 
 namespace qorcalc::expr {
 
+// A new node: in a kept block when the thread has one, else straight from
+// the global allocator (the class's operator new would look for the block
+// again; every node of a tree past the kept ones is made here).
+inline CCalcNode* NewNode(CThreadSpares* spares, CCalcNode* parent, uint8_t kind) {
+    return spares && spares->blocks ? new CCalcNode(parent, kind) : ::new CCalcNode(parent, kind);
+}
+
 // A node kept by this thread, or null when it keeps none.
 inline CCalcNode* TakeSpare(CThreadSpares* spares) {
     CCalcNode* node = spares ? spares->nodes : nullptr;
@@ -152,7 +159,7 @@ inline CCalcNode* TakeSpare(CThreadSpares* spares) {
 
 inline CCalcNode* CCalcNode::Make(qorcalc::expr::CThreadSpares* spares, CCalcNode* parent, uint8_t kind) {
     CCalcNode* node = qorcalc::expr::TakeSpare(spares);
-    if (!node) return new CCalcNode(parent, kind);
+    if (!node) return qorcalc::expr::NewNode(spares, parent, kind);
     node->Reset(parent, kind);
     return node;
 }
