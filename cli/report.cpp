@@ -190,7 +190,6 @@ private:
         out += ": ";
     }
     std::vector<std::string> m_names;
-    int m_nameWidth = 0;  // the widest name, for the record layout
 };
 
 // An aligned table for a terminal.  The first records decide the widths;

@@ -78,7 +78,7 @@ void* CCalcNode::operator new(std::size_t size, const std::nothrow_t&) noexcept 
 }
 
 void CCalcNode::operator delete(void* block, std::size_t size) noexcept {
-    if (!KeepBlock(block, size)) ::operator delete(block, size);
+    if (!KeepBlock(block, size)) ::operator delete(block);
 }
 
 void CCalcNode::operator delete(void* block, const std::nothrow_t&) noexcept { ::operator delete(block); }
@@ -133,7 +133,7 @@ CThreadSpares::~CThreadSpares() {
     for (CCalcTree* tree : trees) delete tree;
     while (void* block = blocks) {
         std::memcpy(&blocks, block, sizeof(void*));
-        ::operator delete(block, sizeof(CCalcNode));
+        ::operator delete(block);
     }
 }
 

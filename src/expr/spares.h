@@ -91,7 +91,7 @@ inline void CCalcNode::Keep(CCalcNode* node, qorcalc::expr::CThreadSpares* spare
         // Nor could its memory be kept: it goes straight back (every node of
         // a tree past the bound passes here).
         node->~CCalcNode();
-        ::operator delete(node, sizeof(CCalcNode));
+        ::operator delete(node);
         return;
     }
     node->m_pTree = nullptr;
