@@ -63,9 +63,10 @@ bool IsOperatorWord(const CString& text) {
         default:
             if (first < 0x80) return false;
     }
-    // The words compare as C strings do, up to a NUL.
+    // The symbols compare whole, the words as C strings do, up to a NUL.
+    const std::u16string_view whole(text.Str());
     const std::u16string_view word(text.GetString());
-    return text == u"&&" || text == u"||" || text == u"!" || support::EqualsNoCase(word, u"and") ||
+    return whole == u"&&" || whole == u"||" || whole == u"!" || support::EqualsNoCase(word, u"and") ||
            support::EqualsNoCase(word, u"or") || support::EqualsNoCase(word, u"not");
 }
 
