@@ -18,8 +18,7 @@ CCalcNode* FirstChild(CCalcNode* node) {
 }
 
 bool IsIfCall(CCalcNode* node) {
-    return KindOf(node) == NodeFunction && node->RawText().GetLength() == 2 &&
-           support::EqualsNoCase(std::u16string_view(node->RawText().GetString()), u"if");
+    return KindOf(node) == NodeFunction && support::EqualsNoCase(std::u16string_view(node->RawText().Str()), u"if");
 }
 
 bool IsLiteral(CCalcNode* node) {
